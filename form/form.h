@@ -1,0 +1,256 @@
+#pragma once
+
+#include "sdk/common_module_iface.h"
+#include "sdk/core_interfaces.h"
+#include "sdk/tstringmap.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QSerialPort>
+#include <QTimer>
+#include <QVector>
+#include <QWidget>
+
+namespace Ui {
+class Form;
+}
+class DialogAuthorization;
+
+// The configurator page. Owns the serial port, the connected device's state, the outgoing
+// packet and the received answers; every user action is one slot. The order of the signals and
+// slots below is the meta-method order the host relies on: append, never reorder.
+class Form : public QWidget, public CommonModuleIface
+{
+    Q_OBJECT
+
+public:
+    explicit Form(QWidget *parent = nullptr);
+    ~Form() override;
+
+    // Looks up the host's services and fills the value lists and the port list. On failure the
+    // reason is in errorString().
+    bool initialize(const TModuleMap &modules);
+
+signals:
+    void showBusy(QString text);
+    void hideBusy();
+    void callModule(QString name, TStringMap *parameters);
+    void progressStart();
+
+public slots:
+    // Serial port session
+    void slotPortIsOpen();
+    void slotPortIsClose();
+    void slotPortError(QSerialPort::SerialPortError error);
+    void on_comboBox_portList_currentIndexChanged(const QString &portName);
+    void on_toolButton_openPort_clicked();
+    void on_comboBox_selectRate_currentIndexChanged(const QString &arg1);
+    // Reception
+    void on_portReadyRead();
+    void on_ReadyRead(qint64 bytes);
+    void on_pushButton_portWrite_clicked();
+    // Register frames
+    void packetMakeToRead(quint8 deviceAddress, quint8 command, quint16 regAddress, quint16 numReg);
+    void packetMakeToWrite(quint8 deviceAddress, quint8 command, quint16 regAddress, quint16 numReg,
+                           quint8 numByte, const QByteArray &data);
+    // Bus scan
+    void on_pushButton_AddressRequest_clicked();
+    void on_pushButton_AddressRequestStop_clicked();
+    void on_tableWidget_Address_cellDoubleClicked(int row, int column);
+    void on_lineEdit_AddressRangeStart_textChanged(const QString &text);
+    void on_lineEdit_AddressRangeEnd_textChanged(const QString &text);
+    void on_lineEdit_oneAddress_textChanged(const QString &text);
+    void slotProgressBar();
+    // Clock
+    void on_pushButton_DateRead_clicked();
+    void on_pushButton_DateWrite_clicked();
+    void on_dateTimeEdit_dateTimeChanged(const QDateTime &dateTime);
+    void on_checkBox_SynchronizashionWithPC_clicked();
+    // Device parameters
+    void on_pushButton_ReadCurrentNetAddress_clicked();
+    void on_pushButton_WriteNewNetAddress_clicked();
+    void on_spinBox_NewNetAddress_valueChanged(int value);
+    void on_pushButton_SerialNumberSet_clicked();
+    void on_spinBox_SerialNumberSet_valueChanged(const QString &text);
+    void on_pushButton_readRate_clicked();
+    void on_pushButton_writeRate_clicked();
+    void on_lineEdit_writeRate_textChanged(const QString &text);
+    void on_comboBox_writeRate_currentIndexChanged(int index);
+    void on_comboBox_writeRate_currentTextChanged(const QString &text);
+    void on_pushButton_writeReportDay_clicked();
+    void on_lineEdit_reportDay_textChanged(const QString &text);
+    void on_lineEdit_NewNumberPortServer_textChanged(const QString &text);
+    void on_spinBox_NewNumberPortServer_valueChanged(int value);
+    void on_lineEdit_VersionPO_textChanged(const QString &text);
+    // Device information
+    void on_pushButton_readZorvaConfig_clicked();
+    // Service commands
+    void on_pushButton_REQ_UD2_clicked();
+    void on_pushButton_sendCommand_clicked();
+    void on_lineEdit_command_textChanged(const QString &text);
+    void on_pushButton_numberHalfBytes_clicked();
+    // Log panes
+    void on_toolButton_clear_clicked();
+    void on_pushButton_clearTextBrowser_clicked();
+    // Channel record and its writes
+    void on_pushButton_ReadChannnelsToTable_clicked();
+    void on_pushButton_WriteDevice_clicked();
+    void on_pushButton_WriteOneReg_clicked();
+    void on_pushButton_ReadOneReg_clicked();
+    void on_pushButton_PulseWrite_clicked();
+    void on_pushButton_WritePresetChannel_clicked();
+    void on_lineEdit_PresetChannel_textChanged(const QString &text);
+    void on_toolButton_writeNull_clicked();
+    void on_pushButton_readChannelsConfig_clicked();
+    void on_pushButton_writeChannelsConfig_clicked();
+    void on_comboBox_ChannelNumber_currentIndexChanged(int index);
+    void on_comboBox_ChannelNumber_activated(int index);
+    void on_comboBox_Appointment_currentIndexChanged(int index);
+    void on_comboBox_DeviceType_currentIndexChanged(int index);
+    void on_lineEdit_DeviceNumber_textChanged(const QString &text);
+    void on_lineEdit_Version_textChanged(const QString &text);
+    void on_spinBox_Version_valueChanged(int value);
+    void on_spinBox_deviceNumber_valueChanged(int value);
+    void on_lineEdit_Manufacturer_textChanged(const QString &text);
+    void on_comboBox_VIF_currentIndexChanged(int index);
+    void on_lineEdit_VIF_textChanged(const QString &text);
+    void on_lineEdit_Weight_textChanged(const QString &text);
+    void on_comboBox_Weight_currentIndexChanged(int index);
+    void on_lineEdit_Duration_textChanged(const QString &text);
+    void on_spinBox_Duration_valueChanged(int value);
+    void on_comboBox_Duration_currentIndexChanged(int index);
+    void on_lineEdit_WaitBeyondWriting_chanel_textChanged(const QString &text);
+    void on_checkBox_Identificator_clicked();
+    void on_checkBox_Identificator_clicked(bool checked);
+    void on_checkBox_Developer_toggled(bool checked);
+    // Channel readings and table save
+    void on_pushButton_ReadChannelIndicationsToTable_clicked();
+    void on_pushButton_SaveToFile_clicked();
+    // Channel table
+    void on_tableWidget_Channels_cellClicked(int row, int column);
+    void on_tableWidget_Channels_cellDoubleClicked(int row, int column);
+    void on_tableWidget_Channels_cellEntered(int row, int column);
+    void on_tableWidget_Channels_currentCellChanged(int currentRow, int currentColumn, int previousRow,
+                                                    int previousColumn);
+    void on_tableWidget_Channels_cellChanged(int row, int column);
+    void on_tableWidget_Channels_cellPressed(int row, int column);
+    void on_tableWidget_Channels_cellActivated(int row, int column);
+    void slotCheckBoxChan1(int state);
+    void slotCheckBoxChan2(int state);
+    void slotCheckBoxChan3(int state);
+    void slotCheckBoxChan4(int state);
+    void slotCheckBoxChan5(int state);
+    void slotCheckBoxChan6(int state);
+    void slotCheckBoxChan7(int state);
+    void slotCheckBoxChan8(int state);
+    void slotCheckBoxChan9(int state);
+    void slotCheckBoxChan10(int state);
+    void slotCheckBoxChan11(int state);
+    void slotCheckBoxChan12(int state);
+    void slotCheckBoxChan13(int state);
+    void slotCheckBoxChan14(int state);
+    void slotCheckBoxChan15(int state);
+    void slotCheckBoxChan16(int state);
+    void slotCheckBoxPar1(int state);
+    void slotCheckBoxPar2(int state);
+    void slotCheckBoxPar3(int state);
+    void slotCheckBoxPar4(int state);
+    void slotCheckBoxPar5(int state);
+    void slotCheckBoxPar6(int state);
+    void slotCheckBoxPar7(int state);
+    void slotCheckBoxPar8(int state);
+    void slotCheckBoxPar9(int state);
+    void slotCheckBoxPar10(int state);
+    void slotCheckBoxPar11(int state);
+    void slotCheckBoxPar12(int state);
+    void slotCheckBoxPar13(int state);
+    void slotCheckBoxPar14(int state);
+    void slotCheckBoxPar15(int state);
+    void slotCheckBoxPar16(int state);
+    void on_checkBox_2_clicked();
+    void on_checkBox_3_clicked();
+    void on_toolButton_nextChan_clicked();
+    void on_toolButton_previousChan_clicked();
+    void on_pushButton_clearResult_clicked();
+    void on_pushButton_clearTableWidget1_clicked();
+    // Journals
+    void on_pushButton_readJournal_clicked();
+    void on_pushButton_stopReadJournal_clicked();
+    void on_check_journal_clicked();
+    void on_radioButton_hour_clicked();
+    void on_radioButton_hour_clicked(bool checked);
+    void on_radioButton_month_clicked();
+    void on_radioButton_events_clicked();
+    void on_radioButton_year_clicked();
+    void on_spinBox_startNote_valueChanged(int value);
+    void on_spinBox_startNote_valueChanged(const QString &text);
+    void on_dateTimeEdit_startJournal_dateTimeChanged(const QDateTime &dateTime);
+    void on_dateTimeEdit_endJournal_dateTimeChanged(const QDateTime &dateTime);
+    void programCLR();
+    void on_pushButton_cleanJournal_clicked();
+    void on_pushButton_clearJournalSecond_clicked();
+    void on_pushButton_clicked();
+    void on_pushButton_export_clicked();
+    // Server link
+    void on_pushButton_authorization_clicked();
+    void on_pushButton_connectToServer_clicked();
+    void replyFinished();
+    void slotTmerAltEvent();
+
+private:
+    // Log panes: a label followed by its value, one line each.
+    void logLine(const QString &label, const QString &value = QString());
+    void logLine2(const QString &label, const QString &value = QString());
+
+    // Serial session (form_port.cpp).
+    void listPortsAndConfigureLine();
+
+    // Exchange helpers (form_port.cpp).
+    bool portIsOpenOrWarn();
+    void connectReader();
+    void disconnectReader();
+    void waitBeyondWriting();
+    void waitBeyondWritingChannel();
+    void waitBeyondWriting(int firstBytePauseMs);
+    bool readValidated(int kind);
+
+    Ui::Form *ui;
+
+    // Host services
+    CoreModemInterface *modem = nullptr;
+    CoreProfileInterface *profile = nullptr;
+    CoreNetworkInterface *network = nullptr;
+    DialogAuthorization *authorizationDialog = nullptr;
+
+    // Serial session
+    QSerialPort *port;
+    bool checkedOpenPort = false;
+    int currentRate = 0;
+
+    // Exchange state: one request in flight at a time.
+    QByteArray packet;
+    QVector<QByteArray> vectorPortRead;
+    QByteArray dataAnswer;
+    QByteArray buf;
+    QByteArray bufRemains;
+    bool noStartByte = false;
+    bool waitDelayEdited = false;
+    bool errorFlag = false;
+
+    // Connected device
+    quint8 deviceAddress = 0;
+    quint8 numberOfChannels = 0;
+    quint8 newNetAddress = 0;
+    quint8 speedCode = 0;
+    QByteArray serialToWrite;
+
+    // Bus scan
+    quint8 rangeStart = 0;
+    quint8 rangeEnd = 0;
+    quint8 stopScan = 0;
+    int addressTried = 0;
+
+    QByteArray valueBuffer;
+    QByteArray uploadBuffer;
+    QTimer *timer;
+};

@@ -1,0 +1,73 @@
+// Standalone host: loads the core services and every module of the modules folder, hands each
+// module the table of loaded modules and shows its page.
+
+#include "host/host_window.h"
+#include "host/module_registry.h"
+#include "sdk/module_interface.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QPluginLoader>
+#include <QSettings>
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("velmora"));
+    QApplication::setApplicationName(QStringLiteral("zorva-host"));
+
+    const QDir root(QDir(QApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("..")));
+    QSettings settings;
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Standalone host for the ZORVA M-Bus configurator module."));
+    parser.addHelpOption();
+    const QCommandLineOption modulesOption(QStringList{QStringLiteral("m"), QStringLiteral("modules")},
+                                           QStringLiteral("Folder with the modules to load."),
+                                           QStringLiteral("dir"),
+                                           settings.value(QStringLiteral("modulesDir"),
+                                                          root.absoluteFilePath(QStringLiteral("modules")))
+                                               .toString());
+    const QCommandLineOption serverOption(QStringLiteral("server"),
+                                          QStringLiteral("Base address of the metering server (remembered)."),
+                                          QStringLiteral("url"));
+    parser.addOption(modulesOption);
+    parser.addOption(serverOption);
+    parser.process(app);
+
+    if (parser.isSet(serverOption))
+        settings.setValue(QStringLiteral("serverUrl"), parser.value(serverOption));
+
+    ModuleRegistry cores;
+    cores.loadFolder(root.absoluteFilePath(QStringLiteral("core")));
+    ModuleRegistry modules;
+    modules.loadFolder(parser.value(modulesOption));
+    for (const QString &error : cores.errors() + modules.errors())
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+
+    TModuleMap all = cores.modules();
+    for (auto it = modules.modules().cbegin(); it != modules.modules().cend(); ++it)
+        all.insert(it.key(), it.value());
+
+    HostWindow window;
+    int pages = 0;
+    for (QPluginLoader *loader : modules.modules()) {
+        QObject *instance = loader->instance();
+        auto *module = qobject_cast<module::Interface *>(instance);
+        if (!module)
+            continue;
+        module->setModules(all);
+        if (window.addModule(module, instance))
+            ++pages;
+    }
+    if (pages == 0) {
+        std::fprintf(stderr, "No module page could be opened from %s\n",
+                     qPrintable(parser.value(modulesOption)));
+        return 1;
+    }
+    window.show();
+    return app.exec();
+}
