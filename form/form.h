@@ -213,6 +213,11 @@ private:
     void waitBeyondWritingChannel();
     void waitBeyondWriting(int firstBytePauseMs);
     bool readValidated(int kind);
+    // CRC-16 check of a received frame; shows "Неверная контрольная сумма" when it fails.
+    bool crcCheck(const QByteArray &frame);
+    // Everything the port holds now (nothing when it is closed).
+    QByteArray readArrived();
+    friend class TestLinkExchange;
 
     Ui::Form *ui;
 

@@ -31,22 +31,23 @@ static void appendWord(QByteArray &frame, quint16 value)
     frame.append(static_cast<char>(value & 0xFF));
 }
 
-QByteArray registerRead(quint8 address, quint16 reg, quint16 count)
+QByteArray registerRead(quint8 address, quint16 reg, quint16 count, quint8 function)
 {
     QByteArray frame;
     frame.append(static_cast<char>(address));
-    frame.append(static_cast<char>(kReadRegisters));
+    frame.append(static_cast<char>(function));
     appendWord(frame, reg);
     appendWord(frame, count);
     appendCrc(frame);
     return frame;
 }
 
-QByteArray registerWrite(quint8 address, quint16 reg, quint16 count, quint8 byteCount, const QByteArray &data)
+QByteArray registerWrite(quint8 address, quint16 reg, quint16 count, quint8 byteCount, const QByteArray &data,
+                         quint8 function)
 {
     QByteArray frame;
     frame.append(static_cast<char>(address));
-    frame.append(static_cast<char>(kWriteRegisters));
+    frame.append(static_cast<char>(function));
     appendWord(frame, reg);
     appendWord(frame, count);
     frame.append(static_cast<char>(byteCount));
@@ -65,7 +66,8 @@ quint8 sum8(const QByteArray &bytes)
 
 quint8 crcMod256(const QByteArray &longFrame)
 {
-    if (longFrame.size() < 5)
+    // Bytes 4 .. size-3; a frame of five or six bytes has none of them.
+    if (longFrame.size() < 7)
         return 0;
     return sum8(longFrame.mid(4, longFrame.size() - 6));
 }
@@ -142,19 +144,36 @@ FrameCheck checkRegisterAnswer(const QByteArray &buffer, quint8 function, quint1
         return {Completeness::NeedMore, 0, 2 - buffer.size()};
     const quint8 answered = at(buffer, 1);
     int total = 0;
-    if (answered == (function | 0x80))
+    if (answered == (function | kErrorFlag)) {
         total = 5;
-    else if (answered != function)
+    } else if (answered != function) {
         return {Completeness::Invalid, 0, 0};
-    else if (function == kReadRegisters)
+    } else if (function == kReadRegisters) {
+        if (buffer.size() < 3)
+            return {Completeness::NeedMore, 0, 3 - buffer.size()};
+        if (at(buffer, 2) != 2 * count)
+            return {Completeness::Invalid, 0, 0};
         total = 5 + 2 * count;
-    else
+    } else {
         total = 8;
+    }
     if (buffer.size() < total)
         return {Completeness::NeedMore, 0, total - buffer.size()};
     if (!crcIntact(buffer.left(total)))
         return {Completeness::Invalid, 0, 0};
     return {Completeness::Complete, total, 0};
+}
+
+int registerAnswerLength(const QByteArray &buffer)
+{
+    if (buffer.size() < 2)
+        return 0;
+    const quint8 function = at(buffer, 1);
+    if (function & kErrorFlag)
+        return 5;
+    if (function != kReadRegisters)
+        return 8;
+    return buffer.size() < 3 ? 0 : 5 + at(buffer, 2);
 }
 
 } // namespace frames

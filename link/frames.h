@@ -25,6 +25,7 @@ constexpr quint8 kLongStart = 0x68;
 constexpr quint8 kStop = 0x16;
 constexpr quint8 kReadRegisters = 0x03;
 constexpr quint8 kWriteRegisters = 0x10;
+constexpr quint8 kErrorFlag = 0x80; // set in the function code of a register exception answer
 
 // Modbus CRC-16 (polynomial 0xA001, start 0xFFFF); an empty array gives 0xFFFF.
 quint16 crc16(const QByteArray &bytes);
@@ -32,11 +33,13 @@ quint16 crc16(const QByteArray &bytes);
 // True when a frame followed by its own CRC checks to zero.
 bool crcIntact(const QByteArray &frameWithCrc);
 
-QByteArray registerRead(quint8 address, quint16 reg, quint16 count);
-QByteArray registerWrite(quint8 address, quint16 reg, quint16 count, quint8 byteCount, const QByteArray &data);
+// Every byte of `data` is appended whatever `byteCount` says; callers keep the two equal.
+QByteArray registerRead(quint8 address, quint16 reg, quint16 count, quint8 function = kReadRegisters);
+QByteArray registerWrite(quint8 address, quint16 reg, quint16 count, quint8 byteCount, const QByteArray &data,
+                         quint8 function = kWriteRegisters);
 
 // Sum modulo 256 of the bytes from the C field on: for a long frame, bytes 4 .. size-3.
-// A frame shorter than five bytes gives 0.
+// A frame with no such bytes (shorter than seven bytes) gives 0.
 quint8 crcMod256(const QByteArray &longFrame);
 
 // Low byte of the plain sum of a byte range.
@@ -59,5 +62,10 @@ struct FrameCheck
 // verified). Register framing: an answer to a read of `count` registers, or an exception answer.
 FrameCheck checkMbus(const QByteArray &buffer);
 FrameCheck checkRegisterAnswer(const QByteArray &buffer, quint8 function, quint16 count);
+
+// Length of the register answer at the buffer's start, judged from its function code (and byte
+// count for a read): 5 + n for a read, 5 for an exception answer, 8 for any other function.
+// 0 while too few bytes have arrived to tell.
+int registerAnswerLength(const QByteArray &buffer);
 
 } // namespace frames
