@@ -8,28 +8,13 @@
 // event loops in the same process still talks to the device.
 
 #include "sim/device_model.h"
+#include "sim/fault.h"
 
 #include <QByteArray>
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <memory>
-
-enum class Fault {
-    None,
-    Silence,           // no answer at all
-    NoiseBeforeAnswer, // a few random bytes (never E5 or 68) before the answer
-    SplitAnswer,       // the answer in three pieces with long gaps between them
-    WrongChecksum,     // CRC-16 or M-Bus sum off by one
-    WrongLength,       // one byte added or dropped so the length no longer fits
-    ExceptionAnswer,   // register framing: function | 0x80, code 2; M-Bus: application error frame
-    TruncatedAnswer,   // the answer's second half never comes
-};
-
-// Names used on the command line and in the README: none, silence, noise, split, checksum, length,
-// exception, truncated. faultFromName returns false for an unknown name.
-QString faultName(Fault fault);
-bool faultFromName(const QString &name, Fault *fault);
 
 class DeviceSimulator : public QObject
 {
@@ -63,11 +48,17 @@ public:
     void clearTraffic();
 
 signals:
+    // A request was understood; `answer` holds the bytes the device is about to send (empty: silence).
     void requestHandled(const QByteArray &request, const QByteArray &answer);
     void modelChanged(); // a request changed the device's state (address, clock, channels, ...)
     void answerSent();   // the last byte of an answer has left the device
 
 private:
+    void receive();
+    void answer(const RequestFrame &frame);
+    void scheduleTransmit();
+    void transmit();
+
     struct Private;
     std::unique_ptr<Private> d;
 };

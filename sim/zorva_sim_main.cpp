@@ -1,0 +1,155 @@
+// zorva-sim: a ZORVA device on a pseudo-terminal. Prints the port to open and runs until SIGINT or
+// SIGTERM.
+
+#include "sim/device_simulator.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QSocketNotifier>
+#include <csignal>
+#include <cstdio>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
+}
+
+bool installSignalHandlers()
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0)
+        return false;
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    return ::sigaction(SIGINT, &action, nullptr) == 0 && ::sigaction(SIGTERM, &action, nullptr) == 0;
+}
+
+int fail(const QString &text)
+{
+    std::fprintf(stderr, "zorva-sim: %s\n", qPrintable(text));
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zorva-sim"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "ZORVA device simulator on a pseudo-terminal. Prints the port path, then answers requests "
+        "on it until interrupted."));
+    parser.addHelpOption();
+    const QCommandLineOption linkOption(QStringLiteral("link"),
+                                        QStringLiteral("Stable symbolic link to the port."), QStringLiteral("path"));
+    const QCommandLineOption addressOption(QStringLiteral("address"),
+                                           QStringLiteral("Primary M-Bus address, 0..250 (default 1)."),
+                                           QStringLiteral("n"));
+    const QCommandLineOption versionOption(
+        QStringLiteral("version"),
+        QStringLiteral("Software version in hex, e.g. 0330 (16 channels) or 0410 (2 channels)."),
+        QStringLiteral("hex"));
+    const QCommandLineOption speedOption(QStringLiteral("speed"),
+                                         QStringLiteral("Line speed: 1200, 2400, 4800 or 9600 (default 2400)."),
+                                         QStringLiteral("baud"));
+    const QCommandLineOption stateOption(
+        QStringLiteral("state"), QStringLiteral("JSON state file: loaded at start, saved on every change."),
+        QStringLiteral("file"));
+    const QCommandLineOption faultOption(
+        QStringLiteral("fault"),
+        QStringLiteral("Fault in every answer: %1.").arg(faultNames().join(QStringLiteral(", "))),
+        QStringLiteral("name"));
+    const QCommandLineOption turnaroundOption(QStringLiteral("turnaround"),
+                                              QStringLiteral("Pause before answering, ms (default %1).")
+                                                  .arg(DeviceSimulator::kDefaultTurnaroundMs),
+                                              QStringLiteral("ms"));
+    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
+                                           QStringLiteral("Print every request and answer on stderr."));
+    parser.addOptions({linkOption, addressOption, versionOption, speedOption, stateOption, faultOption,
+                       turnaroundOption, verboseOption});
+    parser.process(app);
+
+    DeviceSimulator device;
+    DeviceModel &model = device.model();
+    const QString stateFile = parser.value(stateOption);
+    QString error;
+    if (!stateFile.isEmpty() && QFileInfo::exists(stateFile) && !model.load(stateFile, &error))
+        return fail(QStringLiteral("cannot load %1: %2").arg(stateFile, error));
+
+    bool ok = true;
+    if (parser.isSet(addressOption)) {
+        const uint address = parser.value(addressOption).toUInt(&ok);
+        if (!ok || address > 250)
+            return fail(QStringLiteral("the address must be 0..250"));
+        model.address = static_cast<quint8>(address);
+    }
+    if (parser.isSet(versionOption)) {
+        const QString text = parser.value(versionOption);
+        const uint version = text.toUInt(&ok, 16);
+        if (!ok || text.size() != 4)
+            return fail(QStringLiteral("the version must be four hex digits, e.g. 0330"));
+        model.softwareVersion = static_cast<quint16>(version);
+    }
+    if (parser.isSet(speedOption)) {
+        const int baud = parser.value(speedOption).toInt();
+        quint8 code = 0xBA;
+        while (code <= 0xBD && DeviceModel::baudRateOf(code) != baud)
+            ++code;
+        if (code > 0xBD)
+            return fail(QStringLiteral("the speed must be 1200, 2400, 4800 or 9600"));
+        model.speedCode = code;
+    }
+    if (parser.isSet(faultOption)) {
+        Fault fault = Fault::None;
+        if (!faultFromName(parser.value(faultOption), &fault))
+            return fail(QStringLiteral("unknown fault; one of: %1").arg(faultNames().join(QStringLiteral(", "))));
+        device.setFault(fault, true);
+    }
+    if (parser.isSet(turnaroundOption)) {
+        const int ms = parser.value(turnaroundOption).toInt(&ok);
+        if (!ok || ms < 0)
+            return fail(QStringLiteral("the turnaround must be a number of milliseconds"));
+        device.setTurnaroundMs(ms);
+    }
+
+    if (!stateFile.isEmpty()) {
+        const auto save = [&model, stateFile] {
+            QString saveError;
+            if (!model.save(stateFile, &saveError))
+                fail(QStringLiteral("cannot save %1: %2").arg(stateFile, saveError));
+        };
+        save();
+        QObject::connect(&device, &DeviceSimulator::modelChanged, &app, save);
+    }
+    if (parser.isSet(verboseOption)) {
+        QObject::connect(&device, &DeviceSimulator::requestHandled, &app,
+                         [](const QByteArray &request, const QByteArray &answer) {
+                             std::fprintf(stderr, "-> %s\n<- %s\n", request.toHex(' ').constData(),
+                                          answer.isEmpty() ? "(silence)" : answer.toHex(' ').constData());
+                         });
+    }
+
+    if (!installSignalHandlers())
+        return fail(QStringLiteral("cannot install the signal handlers"));
+    QSocketNotifier signalNotifier(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&signalNotifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+
+    if (!device.start(&error))
+        return fail(QStringLiteral("cannot open a pseudo-terminal: %1").arg(error));
+    if (parser.isSet(linkOption) && !device.makeSymlink(parser.value(linkOption), &error))
+        return fail(error);
+    std::printf("%s\n", qPrintable(parser.isSet(linkOption) ? parser.value(linkOption) : device.portPath()));
+    std::fflush(stdout);
+    return app.exec();
+}
