@@ -219,6 +219,19 @@ private:
     QByteArray readArrived();
     friend class TestLinkExchange;
 
+    // Device settings (form_device.cpp).
+    // Empties the answer list and the port's buffers before a request.
+    void beginExchange();
+    // Writes `packet`; false when the port refused it.
+    bool writePacket();
+    // Completion pattern; true when an answer arrived.
+    bool exchangeWithCompletion(const QByteArray &request);
+    // Fixed-pause register read at the working address; the answer with split entries joined.
+    QByteArray readRegistersAfterPause(quint16 reg, quint16 count, int pauseMs);
+    bool firstAnswerIsAck() const;
+    // Shows the device's wall-clock fields in dateTimeEdit as they are, whatever the PC's zone.
+    void showDeviceClock(const QDate &date, const QTime &time);
+
     Ui::Form *ui;
 
     // Host services

@@ -1,126 +1,553 @@
 #include "form/form.h"
 #include "ui_form.h"
 
+#include "common/message_boxes.h"
+#include "common/pause.h"
+#include "device/clock_codec.h"
+#include "device/device_information.h"
+#include "device/identification.h"
+#include "device/parameter_frames.h"
+#include "device/raw_command.h"
+#include "device/register_answer.h"
+#include "device/user_input.h"
+#include "link/frames.h"
+
+#include <QTableWidgetItem>
+
+namespace
+{
+
+constexpr int kClockReadPauseMs = 400;
+constexpr int kRegisterReadPauseMs = 300;
+constexpr int kReqUd2CollectMs = 5000;
+constexpr int kSpeedListFallbackIndex = 3; // "9600"
+const char *const kClockDisplayFormat = "dd.MM.yyyy hh:mm:ss";
+
+QString hexOf(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toHex());
+}
+
+QString trueFalse(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+} // namespace
+
+// ---- Exchange steps shared by the device-settings commands ----
+
+void Form::beginExchange()
+{
+    vectorPortRead.clear();
+    dataAnswer.clear();
+    if (port->isOpen())
+        port->clear(QSerialPort::AllDirections);
+}
+
+bool Form::writePacket()
+{
+    // QIODevice::write refuses exactly a device that is not open for writing.
+    const bool writable = port->isOpen() && port->isWritable();
+    on_pushButton_portWrite_clicked();
+    return writable;
+}
+
+bool Form::exchangeWithCompletion(const QByteArray &request)
+{
+    packet = request;
+    disconnectReader();
+    writePacket();
+    waitBeyondWriting();
+    on_portReadyRead();
+    return !vectorPortRead.isEmpty();
+}
+
+QByteArray Form::readRegistersAfterPause(quint16 reg, quint16 count, int pauseMs)
+{
+    connectReader();
+    packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
+    writePacket();
+    nonBlockingPause(pauseMs);
+    disconnectReader();
+    return device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
+}
+
+bool Form::firstAnswerIsAck() const
+{
+    return !vectorPortRead.isEmpty() && !vectorPortRead.first().isEmpty() &&
+           quint8(vectorPortRead.first().at(0)) == device::kAck;
+}
+
+void Form::showDeviceClock(const QDate &date, const QTime &time)
+{
+    ui->dateTimeEdit->setDisplayFormat(QLatin1String(kClockDisplayFormat));
+    ui->dateTimeEdit->setTimeSpec(Qt::UTC);
+    ui->dateTimeEdit->setDateTime(QDateTime(date, time, Qt::UTC));
+}
+
+// ---- Bus address scan ----
+
 void Form::on_pushButton_AddressRequest_clicked()
 {
+    vectorPortRead.clear();
+    if (!portIsOpenOrWarn())
+        return;
+    const QString startText = ui->lineEdit_AddressRangeStart->text();
+    const QString endText = ui->lineEdit_AddressRangeEnd->text();
+    const std::optional<quint8> start = device::parseBusAddress(startText);
+    const std::optional<quint8> end = device::parseBusAddress(endText);
+    if (!start || !end) {
+        showErrorBox(device::addressRangeFaultText(startText, endText), this);
+        return;
+    }
+    rangeStart = *start;
+    rangeEnd = *end;
+    logLine(QStringLiteral("rangeStart"), QString::number(rangeStart));
+    logLine(QStringLiteral("rangeEnd"), QString::number(rangeEnd));
+    stopScan = 0;
+
+    QTableWidget *table = ui->tableWidget_Address;
+    table->setColumnCount(1);
+    table->clear();
+    table->setRowCount(0);
+    auto addRow = [this, table](int address) {
+        const QString elementString = QString::number(address);
+        auto *item = new QTableWidgetItem(elementString);
+        item->setFlags(Qt::NoItemFlags);
+        item->setFlags(Qt::ItemIsSelectable);
+        item->setFlags(Qt::ItemIsEnabled);
+        table->insertRow(table->rowCount());
+        table->setItem(table->rowCount() - 1, 0, item);
+        logLine(QStringLiteral("elementString"), elementString);
+    };
+    addRow(device::kAlwaysListedAddress);
+    emit progressStart();
+
+    // An int counter: the scan ends after 255 instead of wrapping to 0.
+    for (int address = rangeStart; address <= rangeEnd; ++address) {
+        addressTried = address;
+        ui->lineEdit_Progress->setText(QString::number(address));
+        ui->progressBar->setValue(address);
+        if (stopScan) {
+            stopScan = 0;
+            break;
+        }
+        if (!port->isOpen()) {
+            showErrorBox(tr("Порт закрыт"), this);
+            break;
+        }
+        exchangeWithCompletion(device::probeFrame(quint8(address)));
+        if (firstAnswerIsAck())
+            addRow(address);
+        vectorPortRead.clear();
+    }
+    vectorPortRead.clear();
+    ui->progressBar->reset();
 }
 
 void Form::on_pushButton_AddressRequestStop_clicked()
 {
+    if (portIsOpenOrWarn())
+        stopScan = 1;
 }
 
-void Form::on_tableWidget_Address_cellDoubleClicked(int, int)
+void Form::on_tableWidget_Address_cellDoubleClicked(int row, int column)
 {
+    const QTableWidgetItem *item = ui->tableWidget_Address->item(row, column);
+    if (!item)
+        return;
+    bool isNumber = false;
+    const int address = item->text().toInt(&isNumber, 10);
+    if (!isNumber)
+        return;
+    deviceAddress = quint8(address & 0xFF);
+    logLine(QStringLiteral("AddressSelectedCell"), QString::number(deviceAddress));
+    ui->lineEdit_oneAddress->setText(QString::number(deviceAddress));
 }
 
-void Form::on_lineEdit_AddressRangeStart_textChanged(const QString &)
+void Form::on_lineEdit_AddressRangeStart_textChanged(const QString &text)
 {
+    if (const std::optional<quint8> start = device::parseBusAddress(text)) {
+        rangeStart = *start;
+        logLine(QStringLiteral("rangeStart"), QString::number(rangeStart));
+    }
 }
 
-void Form::on_lineEdit_AddressRangeEnd_textChanged(const QString &)
+void Form::on_lineEdit_AddressRangeEnd_textChanged(const QString &text)
 {
+    if (const std::optional<quint8> end = device::parseBusAddress(text)) {
+        rangeEnd = *end;
+        logLine(QStringLiteral("rangeEnd"), QString::number(rangeEnd));
+    }
 }
 
-void Form::on_lineEdit_oneAddress_textChanged(const QString &)
+// "Адрес": the working address typed directly, for a device whose address is already known.
+void Form::on_lineEdit_oneAddress_textChanged(const QString &text)
 {
+    if (const std::optional<quint8> address = device::parseBusAddress(text)) {
+        deviceAddress = *address;
+        logLine(QStringLiteral("deviceAddress"), QString::number(deviceAddress));
+    }
 }
 
+// The scan's progress runs over the address range being probed.
 void Form::slotProgressBar()
 {
+    ui->progressBar->setRange(rangeStart, qMax(rangeStart, rangeEnd));
+    ui->progressBar->reset();
 }
+
+// ---- Device clock ----
 
 void Form::on_pushButton_DateRead_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    const QByteArray answer =
+        readRegistersAfterPause(device::kClockRegister, device::kClockRegisterCount, kClockReadPauseMs);
+    if (device::checkRegisterReadAnswer(answer, device::kClockRegisterCount) !=
+        device::RegisterAnswerFault::None) {
+        showErrorBox(tr("Ошибка чтения данных"), this);
+        return;
+    }
+    logLine(QStringLiteral("vectorPortRead.size"), QString::number(vectorPortRead.size()));
+    logLine(QStringLiteral("vectorPortRead"), hexOf(answer));
+    logLine(QStringLiteral("vectorPortRead->at(0)"), QString::fromLatin1(vectorPortRead.first().toHex(' ')));
+    logLine(QStringLiteral("vectorPortRead->at(0).toHex()"), hexOf(vectorPortRead.first()));
+    const quint32 seconds = device::registerClockSeconds(answer);
+    logLine(QStringLiteral("q"), QString::number(seconds));
+    const QDateTime utc = device::registerClockUtc(seconds);
+    logLine(QStringLiteral("UTC"), utc.toString(QLatin1String(kClockDisplayFormat)));
+    showDeviceClock(utc.date(), utc.time());
+    vectorPortRead.clear();
 }
 
 void Form::on_pushButton_DateWrite_clicked()
 {
+    if (ui->checkBox_SynchronizashionWithPC->isChecked()) {
+        const QDateTime local = QDateTime::currentDateTime();
+        showDeviceClock(local.date(), local.time());
+    }
+    if (ui->checkBox_SyncUTC->isChecked()) {
+        const QDateTime utc = QDateTime::currentDateTimeUtc();
+        showDeviceClock(utc.date(), utc.time());
+    }
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+
+    const device::MbusDateTimeEncoding e =
+        device::encodeMbusDateTime(ui->dateTimeEdit->date(), ui->dateTimeEdit->time());
+    logLine(QStringLiteral("QString::number(yearTwoDigits)"), QString::number(e.yearTwoDigits));
+    logLine(QStringLiteral("QString::number(tmpYearByteFirstPart)"), QString::number(e.yearLowBits));
+    logLine(QStringLiteral("QString::number(tmpYearByteSecondPart)"), QString::number(e.yearHighBits));
+    logLine(QStringLiteral("QString::number(dayByteToWrite)"), QString::number(e.dayByte));
+    logLine(QStringLiteral("QString::number(monthByteToWrite)"), QString::number(e.monthByte));
+    logLine(QStringLiteral("QString::number(hourByteToWrite)"), QString::number(e.hourByte));
+
+    exchangeWithCompletion(device::clockWriteFrame(deviceAddress, e));
+    if (firstAnswerIsAck()) {
+        vectorPortRead.clear();
+        return;
+    }
+    showErrorBox(tr("Ошибка записи данных"), this);
 }
 
-void Form::on_dateTimeEdit_dateTimeChanged(const QDateTime &)
-{
-}
+// The edit is read when the clock is written.
+void Form::on_dateTimeEdit_dateTimeChanged(const QDateTime &) {}
 
-void Form::on_checkBox_SynchronizashionWithPC_clicked()
-{
-}
+// The box is consulted when the clock is written.
+void Form::on_checkBox_SynchronizashionWithPC_clicked() {}
+
+// ---- Device parameters ----
 
 void Form::on_pushButton_ReadCurrentNetAddress_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    ui->lineEdit_CurrentNetAddress->clear();
+    const QByteArray answer =
+        readRegistersAfterPause(device::kAddressRegister, device::kOneRegister, kRegisterReadPauseMs);
+    if (device::checkRegisterReadAnswer(answer, device::kOneRegister) != device::RegisterAnswerFault::None) {
+        showErrorBox(tr("Ошибка чтения данных"), this);
+        return;
+    }
+    const quint8 address = quint8(answer.at(device::kOneRegisterValueOffset));
+    ui->lineEdit_CurrentNetAddress->setText(QString::number(address));
+    logLine(QStringLiteral("vectorPortRead"), QString::number(vectorPortRead.size()));
+    logLine(QStringLiteral("vectorPorRead.at(0)"), hexOf(answer));
+    logLine(QStringLiteral("vectorPortRead.at(0)[4]"), QString::number(address));
 }
 
 void Form::on_pushButton_WriteNewNetAddress_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    if (ui->spinBox_NewNetAddress->cleanText().trimmed().isEmpty()) {
+        showErrorBox(tr("Адрес не введён"), this);
+        return;
+    }
+    newNetAddress = quint8(ui->spinBox_NewNetAddress->value());
+    exchangeWithCompletion(device::setAddressFrame(deviceAddress, newNetAddress));
+    if (!firstAnswerIsAck()) {
+        showErrorBox(tr("Ошибка записи данных"), this);
+        return;
+    }
+    // The device now answers at its new address; the point-to-point address keeps reaching it.
+    if (deviceAddress != device::kPointToPointAddress)
+        ui->lineEdit_oneAddress->setText(QString::number(newNetAddress));
+    vectorPortRead.clear();
 }
 
-void Form::on_spinBox_NewNetAddress_valueChanged(int)
+void Form::on_spinBox_NewNetAddress_valueChanged(int value)
 {
+    newNetAddress = quint8(value);
+    logLine(QStringLiteral("newNetAddress"), QString::number(newNetAddress));
 }
 
 void Form::on_pushButton_SerialNumberSet_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    if (serialToWrite.size() != 4 || ui->spinBox_SerialNumberSet->cleanText().trimmed().isEmpty()) {
+        showErrorBox(tr("Номер не введён"), this);
+        return;
+    }
+    for (const QByteArray &frame :
+         {device::identificationPreparationFrame(), device::identificationFrame(serialToWrite)}) {
+        beginExchange();
+        exchangeWithCompletion(frame);
+        if (!firstAnswerIsAck()) {
+            showErrorBox(tr("Ошибка записи"), this);
+            return;
+        }
+    }
+    vectorPortRead.clear();
 }
 
-void Form::on_spinBox_SerialNumberSet_valueChanged(const QString &)
+void Form::on_spinBox_SerialNumberSet_valueChanged(const QString &text)
 {
+    bool isNumber = false;
+    const quint32 number = text.trimmed().toUInt(&isNumber, 10);
+    serialToWrite = isNumber ? device::identificationBytes(number) : QByteArray();
+    const QString digits = QStringLiteral("%1").arg(number, 8, 10, QLatin1Char('0'));
+    logLine(QStringLiteral("serialByteArray"), digits);
+    logLine(QStringLiteral("serialByteArrayHex"), QString::fromLatin1(digits.toLatin1().toHex()));
+    logLine(QStringLiteral("serialToWrite"), QString::fromLatin1(serialToWrite.toHex(' ')));
+    logLine(QStringLiteral("serialToWriteHex"), hexOf(serialToWrite));
+    for (int i = 0; i < serialToWrite.size(); ++i)
+        logLine(QStringLiteral("serialToWrite[%1]").arg(i), QString::number(quint8(serialToWrite.at(i)), 16));
 }
 
 void Form::on_pushButton_readRate_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    const QByteArray answer =
+        readRegistersAfterPause(device::kSpeedRegister, device::kOneRegister, kRegisterReadPauseMs);
+    if (device::checkRegisterReadAnswer(answer, device::kOneRegister) != device::RegisterAnswerFault::None) {
+        showErrorBox(tr("Ошибка чтения данных"), this);
+        return;
+    }
+    const int index = quint8(answer.at(device::kOneRegisterValueOffset));
+    const QString text = index < ui->comboBox_selectRate->count()
+                             ? ui->comboBox_selectRate->itemText(index)
+                             : ui->comboBox_selectRate->itemText(kSpeedListFallbackIndex);
+    ui->comboBox_writeRate->setCurrentText(text);
+    logLine(QStringLiteral("rateRead"), text);
 }
 
 void Form::on_pushButton_writeRate_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    exchangeWithCompletion(device::speedFrame(deviceAddress, speedCode));
+    if (!firstAnswerIsAck()) {
+        showErrorBox(tr("Ошибка записи данных"), this);
+        return;
+    }
+    vectorPortRead.clear();
+    // The device has switched: the port follows it.
+    const int item = ui->comboBox_selectRate->findData(speedCode);
+    if (item >= 0)
+        ui->comboBox_selectRate->setCurrentIndex(item);
+    showInformationBox(tr("Скорость обмена записана"), this);
 }
 
-void Form::on_lineEdit_writeRate_textChanged(const QString &)
+// Hidden helper field with no role of its own: the speed is chosen in comboBox_writeRate.
+void Form::on_lineEdit_writeRate_textChanged(const QString &) {}
+
+void Form::on_comboBox_writeRate_currentIndexChanged(int index)
 {
+    speedCode = quint8(ui->comboBox_writeRate->itemData(index).toUInt());
 }
 
-void Form::on_comboBox_writeRate_currentIndexChanged(int)
-{
-}
-
-void Form::on_comboBox_writeRate_currentTextChanged(const QString &)
-{
-}
+// The speed code is kept by on_comboBox_writeRate_currentIndexChanged.
+void Form::on_comboBox_writeRate_currentTextChanged(const QString &) {}
 
 void Form::on_pushButton_writeReportDay_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    const QString text = ui->lineEdit_reportDay->text();
+    const std::optional<quint8> day = device::parseReportDay(text);
+    if (!day) {
+        showErrorBox(device::reportDayFaultText(text), this);
+        return;
+    }
+    if (!exchangeWithCompletion(device::reportDayFrame(deviceAddress, *day))) {
+        showErrorBox(tr("Нет ответа"), this);
+        return;
+    }
+    if (!firstAnswerIsAck()) {
+        showErrorBox(tr("Ошибка записи данных"), this);
+        return;
+    }
+    vectorPortRead.clear();
 }
 
-void Form::on_lineEdit_reportDay_textChanged(const QString &)
-{
-}
+// The day is read from the field when it is written.
+void Form::on_lineEdit_reportDay_textChanged(const QString &) {}
 
-void Form::on_lineEdit_NewNumberPortServer_textChanged(const QString &)
-{
-}
+// Hidden helper fields: the device has no server port setting.
+void Form::on_lineEdit_NewNumberPortServer_textChanged(const QString &) {}
 
-void Form::on_spinBox_NewNumberPortServer_valueChanged(int)
-{
-}
+void Form::on_spinBox_NewNumberPortServer_valueChanged(int) {}
 
-void Form::on_lineEdit_VersionPO_textChanged(const QString &)
-{
-}
+// The field only shows the version; the information read derives the channel count itself.
+void Form::on_lineEdit_VersionPO_textChanged(const QString &) {}
+
+// ---- Device information ----
 
 void Form::on_pushButton_readZorvaConfig_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    packet = device::informationRequest(deviceAddress);
+    disconnectReader();
+    const bool written = writePacket();
+    logLine(QStringLiteral("packetToPort.toHex()"), hexOf(packet));
+    if (!written) {
+        showErrorBox(tr("Ошибка при записи пакета в порт"), this);
+        return;
+    }
+    waitBeyondWriting();
+    on_portReadyRead();
+    if (vectorPortRead.isEmpty()) {
+        showErrorBox(tr("Нет ответа"), this);
+        return;
+    }
+    const QByteArray answer = vectorPortRead.first();
+    const device::InformationCheck check = device::checkInformationAnswer(answer);
+    if (check.fault != device::InformationFault::WrongLength)
+        logLine2(QString::number(check.computedSum));
+    if (check.fault != device::InformationFault::None) {
+        showErrorBox(device::informationFaultText(check), this);
+        return;
+    }
+
+    const device::DeviceInformation info = device::decodeInformationAnswer(answer);
+    ui->lineEdit_SerialNumber->setText(info.identification);
+    ui->lineEdit_manufacturerZorva->setText(info.manufacturer);
+    logLine(QStringLiteral("manufacturerSum"), QString::number(info.manufacturerCode));
+    ui->lineEdit_versionZorva->setText(QString::number(info.mbusVersion));
+    ui->lineEdit_VersionPO->setText(info.softwareVersion);
+    numberOfChannels = device::channelCountForVersion(info.softwareVersion);
+    ui->comboBox_ChannelNumber->clear();
+    for (int channel = 1; channel <= numberOfChannels; ++channel)
+        ui->comboBox_ChannelNumber->addItem(QString::number(channel));
+    ui->lineEdit_numberChannels->setText(QString::number(numberOfChannels));
+    ui->lineEdit_VersionPO->setText(info.softwareVersion);
+    ui->lineEdit_codePO->setText(info.softwareCode);
+    ui->lineEdit_assemblyNumber->setText(QString::number(info.buildNumber));
+    ui->lineEdit_reportDay->setText(QString::number(info.reportDay));
+
+    logLine(QStringLiteral("dateTimeUTC.toHex()"), hexOf(info.dateTimeBytes));
+    const device::MbusDateTimeFields &f = info.dateTime;
+    logLine(QStringLiteral("QString::number(secondInt)"), QString::number(f.second));
+    logLine(QStringLiteral("QString::number(minuteInt)"), QString::number(f.minute));
+    logLine(QStringLiteral("QString::number(hourInt)"), QString::number(f.hour));
+    logLine(QStringLiteral("QString::number(dayInt)"), QString::number(f.day));
+    logLine(QStringLiteral("QString::number(monthInt)"), QString::number(f.month));
+    logLine(QStringLiteral("QString::number(yearInt)"), QString::number(f.year));
+    const QDate date = f.date();
+    const QTime time = f.time();
+    logLine(QStringLiteral("isSetDate ="), trueFalse(date.isValid()));
+    logLine(QStringLiteral("isSetTim ="), trueFalse(time.isValid()));
+    showDeviceClock(date, time);
+    logLine(QStringLiteral("dateTimeReal.toString(dd.MM.yyyy hh:mm:ss)"),
+            QDateTime(date, time, Qt::UTC).toString(QLatin1String(kClockDisplayFormat)));
+
+    if (date != QDate::currentDate())
+        showWarningBox(tr("Проверьте время и дату"), this);
+    vectorPortRead.clear();
 }
+
+// ---- Service commands ----
 
 void Form::on_pushButton_REQ_UD2_clicked()
 {
+    vectorPortRead.clear();
+    dataAnswer.clear();
+    if (!portIsOpenOrWarn())
+        return;
+    packet = device::reqUd2Frame();
+    connectReader();
+    const bool written = writePacket();
+    logLine2(QStringLiteral("packetToPort.toHex()"), hexOf(packet));
+    if (!written) {
+        disconnectReader();
+        showErrorBox(tr("Ошибка при записи пакета в порт."), this);
+        return;
+    }
+    nonBlockingPause(kReqUd2CollectMs);
+    disconnectReader();
+
+    QByteArray telegram;
+    for (const QByteArray &entry : vectorPortRead)
+        telegram += entry;
+    if (telegram.isEmpty())
+        logLine2(tr("Нет ответа"));
+    else
+        logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(telegram.toHex(' ')));
 }
 
 void Form::on_pushButton_sendCommand_clicked()
 {
+    beginExchange();
+    if (!portIsOpenOrWarn())
+        return;
+    const QString text = ui->lineEdit_command->text();
+    const device::RawCommand command = device::parseRawCommand(text);
+    if (command.fault != device::RawCommandFault::None) {
+        showErrorBox(device::rawCommandFaultText(command.fault, text), this);
+        return;
+    }
+    logLine(QStringLiteral("QString::number(crcMod256, 16)"),
+            QString::number(device::rawCommandChecksum(command.bytes), 16));
+    const QByteArray frame = device::completeRawCommand(command.bytes);
+    logLine2(QStringLiteral("packetToPort.toHex()"), hexOf(frame));
+    if (exchangeWithCompletion(frame))
+        logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(vectorPortRead.first().toHex(' ')));
+    else
+        logLine2(tr("Нет ответа"));
 }
 
-void Form::on_lineEdit_command_textChanged(const QString &)
-{
-}
+// The typed command is read when it is sent.
+void Form::on_lineEdit_command_textChanged(const QString &) {}
 
+// "Число полубайт": how many hex digits the typed command has.
 void Form::on_pushButton_numberHalfBytes_clicked()
 {
+    ui->lineEdit_numberHalfBytes->setText(
+        QString::number(device::halfByteCount(ui->lineEdit_command->text())));
 }
