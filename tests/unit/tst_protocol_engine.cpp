@@ -1,0 +1,448 @@
+// The simulated device's protocol without the line: request bytes in, answer bytes out. Expected
+// answers are written out byte by byte from the documented layouts, never produced by the engine.
+
+#include "sim/data_records.h"
+#include "sim/device_model.h"
+#include "sim/fault.h"
+#include "sim/protocol_engine.h"
+#include "sim/request_assembler.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QDateTime kSystemUtc(QDate(2009, 11, 15), QTime(14, 30, 5), Qt::UTC);
+
+QByteArray hex(const char *text)
+{
+    return QByteArray::fromHex(text);
+}
+
+DeviceModel sampleDevice(quint16 softwareVersion = 0x0330)
+{
+    DeviceModel model;
+    model.softwareVersion = softwareVersion;
+    model.softwareCode = 0x0107;
+    model.buildNumber = 215;
+    model.channels[0].counter = 65541;
+    model.channels[0].value = 10.0f;
+    model.channels[1].counter = 7;
+    model.channels[15].counter = 4000000000u;
+    return model;
+}
+
+// Bytes from the line through the request finder into the engine; the answers joined.
+QByteArray exchange(DeviceModel &model, const QByteArray &line, int *requests = nullptr)
+{
+    RequestAssembler assembler;
+    ProtocolEngine engine(model);
+    QByteArray answers;
+    const QList<RequestFrame> frames = assembler.feed(line);
+    for (const RequestFrame &frame : frames)
+        answers += engine.handle(frame, kSystemUtc).answer;
+    if (requests)
+        *requests = frames.size();
+    return answers;
+}
+
+QString channelText(const ChannelState &c)
+{
+    return QStringLiteral("id %1 man %2 ver %3 medium %4 vif %5 value %6 weight %7 duration %8 appointment %9")
+        .arg(c.identification, 8, 16, QLatin1Char('0'))
+        .arg(c.manufacturer, 4, 16, QLatin1Char('0'))
+        .arg(c.version)
+        .arg(c.medium)
+        .arg(c.vif, 2, 16, QLatin1Char('0'))
+        .arg(static_cast<double>(c.value))
+        .arg(static_cast<double>(c.weight))
+        .arg(c.durationMs)
+        .arg(c.appointment);
+}
+
+QString field(const DeviceModel &m, const QString &name)
+{
+    if (name == "address")
+        return QString::number(m.address);
+    if (name == "speed")
+        return QString::number(m.speedCode, 16);
+    if (name == "identification")
+        return QString::number(m.identification, 16);
+    if (name == "report day")
+        return QString::number(m.reportDay);
+    if (name == "clock")
+        return m.clockUtc(kSystemUtc).toString(Qt::ISODate);
+    if (name == "journal clears")
+        return QString::number(m.journalClears);
+    if (name == "counter 2")
+        return QString::number(m.channels[1].counter, 16);
+    if (name.startsWith("channel "))
+        return channelText(m.channels[static_cast<size_t>(name.midRef(8).toInt() - 1)]);
+    qFatal("unknown field %s", qPrintable(name));
+    return {};
+}
+
+} // namespace
+
+class TestProtocolEngine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void answers_data();
+    void answers();
+    void writes_data();
+    void writes();
+    void requestFinding_data();
+    void requestFinding();
+    void faults_data();
+    void faults();
+    void noiseNeverHoldsStartBytes();
+    void channelChains_data();
+    void channelChains();
+    void malformedRecordsAreRefused_data();
+    void malformedRecordsAreRefused();
+    void stateFileRoundTrip();
+    void badStateFileKeepsTheModel_data();
+    void badStateFileKeepsTheModel();
+};
+
+void TestProtocolEngine::answers_data()
+{
+    QTest::addColumn<quint16>("version");
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("answer");
+
+    const quint16 v16 = 0x0330, v2 = 0x0410;
+    QTest::newRow("SND_NKE to its own address") << v16 << hex("1040014116") << hex("E5");
+    QTest::newRow("SND_NKE to 254") << v16 << hex("1040FE3E16") << hex("E5");
+    QTest::newRow("SND_NKE to foreign address 5") << v16 << hex("1040054516") << QByteArray();
+    QTest::newRow("SND_NKE broadcast") << v16 << hex("1040FF3F16") << QByteArray();
+    QTest::newRow("SND_NKE with a wrong sum") << v16 << hex("1040014216") << QByteArray();
+    QTest::newRow("information request")
+        << v16 << hex("680505685301517F002416")
+        << hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D051E0E2F1B00"
+               "9116");
+    QTest::newRow("information request, wrong sum") << v16 << hex("680505685301517F002516") << QByteArray();
+    QTest::newRow("information request to foreign address 2") << v16 << hex("680505685302517F002516")
+                                                              << QByteArray();
+    QTest::newRow("channel 1 configuration")
+        << v16 << hex("680505685301517F012516")
+        << hex("6830306808017201000010566A01070000000005130000204105FF1E0000803F02FF1D320001FF1F0101FD1700"
+               "04FD3A050001007416");
+    QTest::newRow("channel 3 of a 2-channel device") << v2 << hex("680505685301517F032716") << QByteArray();
+    QTest::newRow("REQ_UD2, 2-channel device")
+        << v2 << hex("107BFE7916")
+        << hex("6826266808017278563412566A0100000000008440FD3A05000100848040FD3A07000000046D1E0E2F1BBA16");
+    QTest::newRow("REQ_UD2 broadcast") << v2 << hex("107BFF7A16") << QByteArray();
+    QTest::newRow("clock registers 8, 9") << v16 << hex("01030008000245C9") << hex("010304106D4B0059DE");
+    QTest::newRow("clock registers, flipped CRC bit") << v16 << hex("01030008000244C9") << QByteArray();
+    QTest::newRow("bus address register 5") << v16 << hex("010300050001940B") << hex("01030200017984");
+    QTest::newRow("speed register 6") << v16 << hex("010300060001640B") << hex("01030200017984");
+    QTest::newRow("registers 5 and 6 at once") << v16 << hex("010300050002D40A") << hex("010304000100016A33");
+    QTest::newRow("register 5 through 254") << v16 << hex("FE03000500018004") << hex("01030200017984");
+    QTest::newRow("clock registers, foreign address 5") << v16 << hex("050300080002444D") << QByteArray();
+    QTest::newRow("channel 1 counter") << v16 << hex("010320000002CFCB") << hex("010304000500012BF2");
+    QTest::newRow("channel 1 value 10") << v16 << hex("010320500002CFDA") << hex("01030400004120CBBB");
+    QTest::newRow("channel 16 counter") << v16 << hex("0103201E0002AFCD") << hex("0103042800EE6BFFDC");
+    QTest::newRow("channel 17 counter: unknown register") << v16 << hex("010320200002CE01") << hex("018302C0F1");
+    QTest::newRow("register 7: unknown register") << v16 << hex("01030007000135CB") << hex("018302C0F1");
+    QTest::newRow("count 0: bad value") << v16 << hex("01030005000055CB") << hex("0183030131");
+    QTest::newRow("journal clearing write") << v16 << hex("0110000B0001020000A72B") << hex("0110000B0001700B");
+    QTest::newRow("write to register 7") << v16 << hex("011000070001020000A7E7") << hex("019002CDC1");
+    QTest::newRow("reset telegram") << v16 << hex("6804046873015011D516") << hex("E5");
+    QTest::newRow("SND_UD with an unknown record") << v16 << hex("680505685301510000A716") << QByteArray();
+}
+
+void TestProtocolEngine::answers()
+{
+    QFETCH(quint16, version);
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, answer);
+    DeviceModel model = sampleDevice(version);
+    QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
+}
+
+void TestProtocolEngine::writes_data()
+{
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("value");
+
+    const QByteArray e5 = hex("E5"), none;
+    QTest::newRow("bus address 7") << hex("68060668530151017A072716") << e5 << "address" << "7";
+    QTest::newRow("bus address 251 refused") << hex("68060668530151017AFB1B16") << none << "address" << "1";
+    QTest::newRow("bus address 7, broadcast") << hex("6806066853FF51017A072516") << none << "address" << "7";
+    QTest::newRow("identification all FF keeps the number")
+        << hex("6809096873FE510C79FFFFFFFF4316") << e5 << "identification" << "12345678";
+    QTest::newRow("identification 10203040")
+        << hex("6809096873FE510C7940302010E716") << e5 << "identification" << "10203040";
+    QTest::newRow("identification with a non-BCD digit")
+        << hex("6809096873FE510C794A302010F116") << none << "identification" << "12345678";
+    QTest::newRow("report day 25") << hex("6807076853015101FF1A19D816") << e5 << "report day" << "25";
+    QTest::newRow("report day 0 refused") << hex("6807076853015101FF1A00BF16") << none << "report day" << "1";
+    QTest::newRow("report day 32 refused") << hex("6807076853015101FF1A20DF16") << none << "report day" << "1";
+    QTest::newRow("speed 9600") << hex("680303685301BD1116") << e5 << "speed" << "bd";
+    QTest::newRow("speed 19200 refused") << hex("680303685301BE1216") << none << "speed" << "bb";
+    QTest::newRow("clock 15.11.2009 14:30:05, Sunday")
+        << hex("680B0B68530151066D051EEE2F1B007316") << e5 << "clock" << "2009-11-15T14:30:05Z";
+    QTest::newRow("clock with month 13 refused")
+        << hex("680B0B68530151066D051EEE2F1D007516") << none << "clock" << "2009-11-15T14:30:05Z";
+    QTest::newRow("journal clearing") << hex("0110000B0001020000A72B") << hex("0110000B0001700B")
+                                      << "journal clears" << "1";
+    QTest::newRow("counter of channel 2 preset")
+        << hex("01102002000204234500013026") << hex("011020020002EBC8") << "counter 2" << "12345";
+    QTest::newRow("channel 5, every record")
+        << hex("6826266853015187C0804079785634124304030205FF1E6F12833A05060000F74202FF1D640001FF1F03CD16")
+        << e5 << "channel 5"
+        << "id 12345678 man 0443 ver 3 medium 2 vif 06 value 123.5 weight 0.001 duration 100 appointment 3";
+    QTest::newRow("channel 16, identification only")
+        << hex("681212685301518780808080407978563412430403024516") << e5 << "channel 16"
+        << "id 12345678 man 0443 ver 3 medium 2 vif 13 value 0 weight 1 duration 50 appointment 1";
+    QTest::newRow("channel 5, appointment 5 refused as a whole")
+        << hex("6814146853015187C0804079785634124304030201FF1F05A916") << none << "channel 5"
+        << "id 10000005 man 6a56 ver 1 medium 7 vif 13 value 0 weight 1 duration 50 appointment 1";
+    QTest::newRow("weight without a channel record")
+        << hex("680A0A6853015105FF1E000000400716") << none << "channel 1"
+        << "id 10000001 man 6a56 ver 1 medium 7 vif 13 value 10 weight 1 duration 50 appointment 1";
+}
+
+void TestProtocolEngine::writes()
+{
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, field);
+    QFETCH(QString, value);
+    DeviceModel model = sampleDevice();
+    QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
+    QCOMPARE(::field(model, field), value);
+}
+
+void TestProtocolEngine::requestFinding_data()
+{
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<QList<QByteArray>>("requests");
+    QTest::addColumn<int>("dropped");
+
+    using L = QList<QByteArray>;
+    QTest::newRow("SND_NKE") << L{hex("1040014116")} << L{hex("1040014116")} << 0;
+    QTest::newRow("noise 55 AA, then SND_NKE") << L{hex("55AA1040014116")} << L{hex("1040014116")} << 2;
+    QTest::newRow("noise 01 10 that looks like a register write, then SND_NKE")
+        << L{hex("01101040014116")} << L{hex("1040014116")} << 2;
+    QTest::newRow("E5 from the line is noise") << L{hex("E51040014116")} << L{hex("1040014116")} << 1;
+    QTest::newRow("register read from address 0x10")
+        << L{hex("1003000800024688")} << L{hex("1003000800024688")} << 0;
+    QTest::newRow("register read from address 0x68")
+        << L{hex("6803000800024CF0")} << L{hex("6803000800024CF0")} << 0;
+    QTest::newRow("speed frame that starts like a read from 0x68")
+        << L{hex("680303685301BD1116")} << L{hex("680303685301BD1116")} << 0;
+    QTest::newRow("information request in three chunks")
+        << L{hex("6805"), hex("0568530151"), hex("7F002416")} << L{hex("680505685301517F002416")} << 0;
+    QTest::newRow("two requests in one chunk")
+        << L{hex("1040014116107BFE7916")} << L{hex("1040014116"), hex("107BFE7916")} << 0;
+    QTest::newRow("register read with a flipped CRC bit") << L{hex("01030008000244C9")} << L{} << 8;
+    QTest::newRow("long frame with a wrong stop byte") << L{hex("680505685301517F002417")} << L{} << 11;
+}
+
+void TestProtocolEngine::requestFinding()
+{
+    QFETCH(QList<QByteArray>, chunks);
+    QFETCH(QList<QByteArray>, requests);
+    QFETCH(int, dropped);
+    RequestAssembler assembler;
+    QList<QByteArray> found;
+    for (const QByteArray &chunk : chunks) {
+        for (const RequestFrame &frame : assembler.feed(chunk))
+            found.append(frame.bytes);
+    }
+    assembler.reset();
+    QCOMPARE(found, requests);
+    QCOMPARE(assembler.droppedBytes(), dropped);
+}
+
+void TestProtocolEngine::faults_data()
+{
+    QTest::addColumn<int>("fault");
+    QTest::addColumn<bool>("registerFraming");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QList<QByteArray>>("pieces");
+
+    using L = QList<QByteArray>;
+    const QByteArray counter = hex("010304000500012BF2");
+    const QByteArray info = hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D"
+                                "051E0E2F1B009116");
+    QTest::newRow("none") << int(Fault::None) << true << counter << L{counter};
+    QTest::newRow("silence") << int(Fault::Silence) << true << counter << L{};
+    QTest::newRow("split, 9-byte register answer") << int(Fault::SplitAnswer) << true << counter
+                                                   << L{hex("010304"), hex("000500"), hex("012BF2")};
+    QTest::newRow("split, E5") << int(Fault::SplitAnswer) << false << hex("E5") << L{hex("E5")};
+    QTest::newRow("checksum, register answer") << int(Fault::WrongChecksum) << true << counter
+                                               << L{hex("010304000500012CF2")};
+    QTest::newRow("checksum, information answer") << int(Fault::WrongChecksum) << false << info
+                                                  << L{info.left(46) + hex("9216")};
+    QTest::newRow("checksum, E5 has none") << int(Fault::WrongChecksum) << false << hex("E5") << L{hex("E5")};
+    QTest::newRow("length, register answer") << int(Fault::WrongLength) << true << counter
+                                             << L{hex("0103040005000100B21F")};
+    QTest::newRow("length, information answer") << int(Fault::WrongLength) << false << info
+                                                << L{info.left(46) + hex("009116")};
+    QTest::newRow("length, E5") << int(Fault::WrongLength) << false << hex("E5") << L{hex("E5E5")};
+    QTest::newRow("exception, register read") << int(Fault::ExceptionAnswer) << true << counter
+                                              << L{hex("018302C0F1")};
+    QTest::newRow("truncated, register answer") << int(Fault::TruncatedAnswer) << true << counter
+                                                << L{hex("01030400")};
+    QTest::newRow("truncated, E5") << int(Fault::TruncatedAnswer) << false << hex("E5") << L{};
+    QTest::newRow("any fault, no answer") << int(Fault::WrongLength) << true << QByteArray() << L{};
+}
+
+void TestProtocolEngine::faults()
+{
+    QFETCH(int, fault);
+    QFETCH(bool, registerFraming);
+    QFETCH(QByteArray, answer);
+    QFETCH(QList<QByteArray>, pieces);
+    const RequestFrame request = registerFraming
+                                     ? RequestFrame{RequestFraming::Register, hex("010320000002CFCB")}
+                                     : RequestFrame{RequestFraming::MBus, hex("680505685301517F002416")};
+    QRandomGenerator random(1);
+    QCOMPARE(answerPieces(answer, request, 1, static_cast<Fault>(fault), random), pieces);
+}
+
+void TestProtocolEngine::noiseNeverHoldsStartBytes()
+{
+    // The M-Bus exception answer is the standard application-error frame of a device at address 1.
+    QFile fixture(QStringLiteral(ZORVA_SHARED_DIR "/mbus-frames/error-frames/unspecified_error.hex"));
+    QVERIFY2(fixture.open(QIODevice::ReadOnly), qPrintable(fixture.fileName()));
+    const QByteArray applicationError = QByteArray::fromHex(fixture.readAll().simplified().replace(' ', ""));
+    const RequestFrame request{RequestFraming::MBus, hex("680505685301517F002416")};
+    QRandomGenerator random(7);
+    QCOMPARE(answerPieces(hex("E5"), request, 1, Fault::ExceptionAnswer, random), QList<QByteArray>{applicationError});
+
+    for (int run = 0; run < 200; ++run) {
+        const QList<QByteArray> pieces = answerPieces(hex("E5"), request, 1, Fault::NoiseBeforeAnswer, random);
+        QCOMPARE(pieces.size(), 1);
+        QCOMPARE(pieces.first().size(), 4);
+        QVERIFY(pieces.first().endsWith(hex("E5")));
+        const QByteArray noise = pieces.first().left(3);
+        QVERIFY2(!noise.contains('\xE5') && !noise.contains('\x68'), noise.toHex().constData());
+    }
+}
+
+void TestProtocolEngine::channelChains_data()
+{
+    QTest::addColumn<int>("channel");
+    QTest::addColumn<QByteArray>("chain");
+    QTest::newRow("channel 1") << 1 << hex("40");
+    QTest::newRow("channel 2") << 2 << hex("8040");
+    QTest::newRow("channel 5") << 5 << hex("C08040");
+    QTest::newRow("channel 10") << 10 << hex("80C08040");
+    QTest::newRow("channel 16") << 16 << hex("8080808040");
+}
+
+void TestProtocolEngine::channelChains()
+{
+    QFETCH(int, channel);
+    QFETCH(QByteArray, chain);
+    QCOMPARE(channelDifeChain(channel).toHex(), chain.toHex());
+    // And back: a record carrying the chain names the same channel.
+    QList<DataRecord> records;
+    QVERIFY(parseDataRecords(hex("84") + chain + hex("FD3A01020304"), &records));
+    QCOMPARE(records.size(), 1);
+    QCOMPARE(records.first().subunit, channel);
+    QCOMPARE(records.first().difeCount, chain.size());
+    QCOMPARE(records.first().vif, 0xFD3Au);
+    QCOMPARE(records.first().data, hex("01020304"));
+}
+
+void TestProtocolEngine::malformedRecordsAreRefused_data()
+{
+    QTest::addColumn<QByteArray>("records");
+    QTest::newRow("value cut short") << hex("04FD3A0102");
+    QTest::newRow("DIFE chain without an end") << hex("8480");
+    QTest::newRow("VIF chain without an end") << hex("04FD");
+    QTest::newRow("eleven DIFE") << hex("848080808080808080808040FD3A01020304");
+    QTest::newRow("variable-length data") << hex("0D7801");
+}
+
+void TestProtocolEngine::malformedRecordsAreRefused()
+{
+    QFETCH(QByteArray, records);
+    QList<DataRecord> parsed;
+    QVERIFY(!parseDataRecords(records, &parsed));
+}
+
+void TestProtocolEngine::stateFileRoundTrip()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    DeviceModel saved = sampleDevice(0x0410);
+    saved.address = 42;
+    saved.speedCode = 0xBD;
+    saved.identification = 0x10203040;
+    saved.reportDay = 25;
+    saved.clockOffsetSecs = -3600;
+    saved.channels[4].weight = 0.001f;
+    saved.channels[4].vif = 0xFD17;
+    const QString file = dir.filePath("state.json");
+    QString error;
+    QVERIFY2(saved.save(file, &error), qPrintable(error));
+
+    DeviceModel loaded;
+    QVERIFY2(loaded.load(file, &error), qPrintable(error));
+    QCOMPARE(loaded.address, quint8(42));
+    QCOMPARE(loaded.baudRate(), 9600);
+    QCOMPARE(loaded.identification, 0x10203040u);
+    QCOMPARE(loaded.channelCount(), 2);
+    QCOMPARE(loaded.reportDay, quint8(25));
+    QCOMPARE(loaded.clockOffsetSecs, qint64(-3600));
+    QCOMPARE(loaded.channels[15].counter, 4000000000u);
+    QCOMPARE(channelText(loaded.channels[4]), channelText(saved.channels[4]));
+    QCOMPARE(channelText(loaded.channels[0]), channelText(saved.channels[0]));
+
+    QVERIFY(!saved.save(dir.filePath("missing/state.json"), &error));
+    QVERIFY(!error.isEmpty());
+}
+
+void TestProtocolEngine::badStateFileKeepsTheModel_data()
+{
+    QTest::addColumn<QByteArray>("search");
+    QTest::addColumn<QByteArray>("replace");
+    QTest::newRow("not JSON") << QByteArray("{") << QByteArray("[[");
+    QTest::newRow("address 300") << QByteArray("\"address\": 42") << QByteArray("\"address\": 300");
+    QTest::newRow("speed code C0") << QByteArray("\"speedCode\": \"bd\"") << QByteArray("\"speedCode\": \"c0\"");
+    QTest::newRow("report day as text") << QByteArray("\"reportDay\": 25") << QByteArray("\"reportDay\": \"25\"");
+    QTest::newRow("channel counter negative") << QByteArray("\"counter\": 65541") << QByteArray("\"counter\": -1");
+}
+
+void TestProtocolEngine::badStateFileKeepsTheModel()
+{
+    QFETCH(QByteArray, search);
+    QFETCH(QByteArray, replace);
+    QTemporaryDir dir;
+    DeviceModel saved = sampleDevice();
+    saved.address = 42;
+    saved.speedCode = 0xBD;
+    saved.reportDay = 25;
+    const QString file = dir.filePath("state.json");
+    QVERIFY(saved.save(file));
+    QFile edit(file);
+    QVERIFY(edit.open(QIODevice::ReadWrite));
+    QByteArray text = edit.readAll();
+    QVERIFY2(text.contains(search), text.constData());
+    text.replace(search, replace);
+    edit.resize(0);
+    edit.write(text);
+    edit.close();
+
+    DeviceModel model;
+    model.address = 9;
+    QString error;
+    QVERIFY(!model.load(file, &error));
+    QVERIFY(!error.isEmpty());
+    QCOMPARE(model.address, quint8(9));
+}
+
+QTEST_GUILESS_MAIN(TestProtocolEngine)
+#include "tst_protocol_engine.moc"
