@@ -14,7 +14,7 @@ esac
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=${ZORVA_BUILD_DIR:-$here/build}
-packages=(cmake make g++ qtbase5-dev libqt5serialport5-dev libcpp-httplib-dev)
+packages=(cmake make g++ pkg-config qtbase5-dev libqt5serialport5-dev libcpp-httplib-dev)
 if [ "$mode" = run ] && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     packages+=(xvfb xauth)
 fi
