@@ -105,8 +105,10 @@ void Form::on_comboBox_Duration_currentIndexChanged(int)
 {
 }
 
+// From the first edit on, the channel readings take their first-byte pause from this field.
 void Form::on_lineEdit_WaitBeyondWriting_chanel_textChanged(const QString &)
 {
+    waitDelayEdited = true;
 }
 
 void Form::on_checkBox_Identificator_clicked()
