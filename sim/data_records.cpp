@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-namespace {
+namespace
+{
 
 constexpr quint8 kExtension = 0x80;
 constexpr quint8 kSubunitBit = 0x40;

@@ -12,14 +12,13 @@
 #include <QList>
 #include <QtGlobal>
 
-struct DataRecord
-{
+struct DataRecord {
     quint8 dif = 0;
-    int subunit = 0;   // sub-unit number assembled from the DIFE chain (0 without DIFE)
+    int subunit = 0; // sub-unit number assembled from the DIFE chain (0 without DIFE)
     int difeCount = 0;
-    quint32 vif = 0;   // VIF and VIFE bytes as sent, the first one in the highest used byte
+    quint32 vif = 0; // VIF and VIFE bytes as sent, the first one in the highest used byte
     int vifLength = 0;
-    QByteArray data;   // the value bytes, as sent (least significant byte first)
+    QByteArray data; // the value bytes, as sent (least significant byte first)
 };
 
 // Parses the records that fill `bytes` completely. Returns false for a truncated record, a variable

@@ -6,7 +6,8 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
-namespace {
+namespace
+{
 
 constexpr int kStateFormat = 1;
 
@@ -189,8 +190,7 @@ bool DeviceModel::save(const QString &file, QString *error) const
                            {QStringLiteral("channels"), channelArray}};
     // QSaveFile writes a temporary file and renames it, so a failed write keeps the previous state.
     QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly) ||
-        out.write(QJsonDocument(root).toJson()) < 0 || !out.commit()) {
+    if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(root).toJson()) < 0 || !out.commit()) {
         setError(error, out.errorString());
         return false;
     }

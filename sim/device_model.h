@@ -8,39 +8,37 @@
 #include <QtGlobal>
 #include <array>
 
-struct ChannelState
-{
-    quint32 counter = 0;          // pulses counted so far
-    float value = 0;              // present value in the channel's unit
-    quint32 identification = 0;   // BCD digits of the channel's own meter number
-    quint16 manufacturer = 0;     // packed M-Bus manufacturer code
-    quint8 version = 0;           // meter version
-    quint8 medium = 0;            // M-Bus medium code
-    quint16 vif = 0x13;           // unit VIF as on the wire, first byte in the high half (0x13: litres)
-    float weight = 1;             // quantity per pulse
-    quint16 durationMs = 50;      // shortest pulse accepted, milliseconds
-    quint8 appointment = 1;       // input kind: 0 off, 1 counting, 2 alarm, 3 NAMUR counting, 4 NAMUR alarm
-    quint8 errorFlags = 0;        // reported in the channel's error-flag record
+struct ChannelState {
+    quint32 counter = 0;        // pulses counted so far
+    float value = 0;            // present value in the channel's unit
+    quint32 identification = 0; // BCD digits of the channel's own meter number
+    quint16 manufacturer = 0;   // packed M-Bus manufacturer code
+    quint8 version = 0;         // meter version
+    quint8 medium = 0;          // M-Bus medium code
+    quint16 vif = 0x13;         // unit VIF as on the wire, first byte in the high half (0x13: litres)
+    float weight = 1;           // quantity per pulse
+    quint16 durationMs = 50;    // shortest pulse accepted, milliseconds
+    quint8 appointment = 1;     // input kind: 0 off, 1 counting, 2 alarm, 3 NAMUR counting, 4 NAMUR alarm
+    quint8 errorFlags = 0;      // reported in the channel's error-flag record
 };
 
-struct DeviceModel
-{
+struct DeviceModel {
     static constexpr int kChannels = 16;
 
-    quint8 address = 1;                  // primary M-Bus address
-    quint8 speedCode = 0xBB;             // 0xBA 1200, 0xBB 2400, 0xBC 4800, 0xBD 9600
-    quint32 identification = 0x12345678; // BCD digits of the serial number, shown as "12345678"
+    quint8 address = 1;                           // primary M-Bus address
+    quint8 speedCode = 0xBB;                      // 0xBA 1200, 0xBB 2400, 0xBC 4800, 0xBD 9600
+    quint32 identification = 0x12345678;          // BCD digits of the serial number, shown as "12345678"
     QString manufacturer = QStringLiteral("ZRV"); // 3 letters, packed as the M-Bus manufacturer code
     quint8 mbusVersion = 1;
-    quint8 medium = 0x00;                // M-Bus medium of the device itself: other
-    quint16 softwareVersion = 0x0330;    // shown as "0330" -> 16 channels
+    quint8 medium = 0x00;             // M-Bus medium of the device itself: other
+    quint16 softwareVersion = 0x0330; // shown as "0330" -> 16 channels
     quint16 softwareCode = 0x0107;
     quint16 buildNumber = 215;
     quint8 reportDay = 1;
-    quint8 accessNumber = 0;             // counts the data telegrams sent
+    quint8 accessNumber = 0; // counts the data telegrams sent
     quint8 status = 0;
-    qint64 clockOffsetSecs = 0;          // device clock = system UTC + offset
-    quint32 journalClears = 0;           // how many times the journals were cleared
+    qint64 clockOffsetSecs = 0; // device clock = system UTC + offset
+    quint32 journalClears = 0;  // how many times the journals were cleared
     std::array<ChannelState, kChannels> channels{};
 
     DeviceModel();
@@ -48,10 +46,10 @@ struct DeviceModel
     bool save(const QString &file, QString *error = nullptr) const;
     bool load(const QString &file, QString *error = nullptr);
 
-    int baudRate() const;                // from speedCode; 0 for an unknown code
+    int baudRate() const; // from speedCode; 0 for an unknown code
     static int baudRateOf(quint8 speedCode);
-    quint16 manufacturerCode() const;    // (L1-64)*1024 + (L2-64)*32 + (L3-64)
-    int channelCount() const;            // from the software version: 2, 4, 10, 16 or 0
+    quint16 manufacturerCode() const; // (L1-64)*1024 + (L2-64)*32 + (L3-64)
+    int channelCount() const;         // from the software version: 2, 4, 10, 16 or 0
 
     QDateTime clockUtc(const QDateTime &systemUtc) const;
     void setClockUtc(const QDateTime &deviceUtc, const QDateTime &systemUtc);

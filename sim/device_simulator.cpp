@@ -11,7 +11,8 @@
 #include <QTimer>
 #include <algorithm>
 
-namespace {
+namespace
+{
 
 constexpr int kBitsPerCharacter = 11; // start, 8 data, parity, stop
 constexpr double kGapCharacters = 3.5;
@@ -26,8 +27,7 @@ qint64 characterUs(int baud)
 
 } // namespace
 
-struct DeviceSimulator::Private
-{
+struct DeviceSimulator::Private {
     DeviceModel model;
     ProtocolEngine engine{model};
     RequestAssembler assembler;
@@ -48,7 +48,7 @@ struct DeviceSimulator::Private
     qint64 rxLineFreeUs = 0; // when the last received byte has fully crossed the modelled line
 
     bool answering = false;
-    int answerBaud = 0;      // the speed the answer goes out at: the device's speed when asked
+    int answerBaud = 0; // the speed the answer goes out at: the device's speed when asked
     QList<QByteArray> pieces;
     int pieceIndex = 0;
     int piecePos = 0;

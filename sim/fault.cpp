@@ -6,7 +6,8 @@
 #include <QRandomGenerator>
 #include <QStringList>
 
-namespace {
+namespace
+{
 
 constexpr int kNoiseBytes = 3;
 constexpr int kSplitPieces = 3;

@@ -5,7 +5,8 @@
 
 #include <cmath>
 
-namespace {
+namespace
+{
 
 constexpr quint8 kSndNke = 0x40;
 constexpr quint8 kReqUd1 = 0x5A;
@@ -188,7 +189,8 @@ bool ProtocolEngine::readRegister(quint16 reg, const QDateTime &systemUtc, quint
         const quint32 counter = model_.channels[static_cast<size_t>((reg - kRegCounters) / 2)].counter;
         *value = static_cast<quint16>((reg - kRegCounters) % 2 == 0 ? counter & 0xFFFF : counter >> 16);
     } else if (reg >= kRegValues && reg < kRegValues + 2 * channels) {
-        const QByteArray bits = floatBytes(model_.channels[static_cast<size_t>((reg - kRegValues) / 2)].value);
+        const QByteArray bits =
+            floatBytes(model_.channels[static_cast<size_t>((reg - kRegValues) / 2)].value);
         const quint32 raw = static_cast<quint32>(littleEndian(bits));
         *value = static_cast<quint16>((reg - kRegValues) % 2 == 0 ? raw & 0xFFFF : raw >> 16);
     } else {

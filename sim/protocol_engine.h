@@ -29,8 +29,7 @@
 #include <QByteArray>
 #include <QDateTime>
 
-struct EngineReply
-{
+struct EngineReply {
     QByteArray answer;    // empty: the device stays silent
     bool changed = false; // the request changed the device's state
 };

@@ -2,7 +2,8 @@
 
 #include "link/frames.h"
 
-namespace {
+namespace
+{
 
 using frames::Completeness;
 using frames::FrameCheck;

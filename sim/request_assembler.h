@@ -12,8 +12,7 @@
 
 enum class RequestFraming { Register, MBus };
 
-struct RequestFrame
-{
+struct RequestFrame {
     RequestFraming framing;
     QByteArray bytes;
 };

@@ -12,7 +12,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 int signalPipe[2] = {-1, -1};
 
@@ -51,8 +52,8 @@ int main(int argc, char *argv[])
         "ZORVA device simulator on a pseudo-terminal. Prints the port path, then answers requests "
         "on it until interrupted."));
     parser.addHelpOption();
-    const QCommandLineOption linkOption(QStringLiteral("link"),
-                                        QStringLiteral("Stable symbolic link to the port."), QStringLiteral("path"));
+    const QCommandLineOption linkOption(
+        QStringLiteral("link"), QStringLiteral("Stable symbolic link to the port."), QStringLiteral("path"));
     const QCommandLineOption addressOption(QStringLiteral("address"),
                                            QStringLiteral("Primary M-Bus address, 0..250 (default 1)."),
                                            QStringLiteral("n"));
@@ -60,9 +61,9 @@ int main(int argc, char *argv[])
         QStringLiteral("version"),
         QStringLiteral("Software version in hex, e.g. 0330 (16 channels) or 0410 (2 channels)."),
         QStringLiteral("hex"));
-    const QCommandLineOption speedOption(QStringLiteral("speed"),
-                                         QStringLiteral("Line speed: 1200, 2400, 4800 or 9600 (default 2400)."),
-                                         QStringLiteral("baud"));
+    const QCommandLineOption speedOption(
+        QStringLiteral("speed"), QStringLiteral("Line speed: 1200, 2400, 4800 or 9600 (default 2400)."),
+        QStringLiteral("baud"));
     const QCommandLineOption stateOption(
         QStringLiteral("state"), QStringLiteral("JSON state file: loaded at start, saved on every change."),
         QStringLiteral("file"));
@@ -70,10 +71,10 @@ int main(int argc, char *argv[])
         QStringLiteral("fault"),
         QStringLiteral("Fault in every answer: %1.").arg(faultNames().join(QStringLiteral(", "))),
         QStringLiteral("name"));
-    const QCommandLineOption turnaroundOption(QStringLiteral("turnaround"),
-                                              QStringLiteral("Pause before answering, ms (default %1).")
-                                                  .arg(DeviceSimulator::kDefaultTurnaroundMs),
-                                              QStringLiteral("ms"));
+    const QCommandLineOption turnaroundOption(
+        QStringLiteral("turnaround"),
+        QStringLiteral("Pause before answering, ms (default %1).").arg(DeviceSimulator::kDefaultTurnaroundMs),
+        QStringLiteral("ms"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print every request and answer on stderr."));
     parser.addOptions({linkOption, addressOption, versionOption, speedOption, stateOption, faultOption,
@@ -113,7 +114,8 @@ int main(int argc, char *argv[])
     if (parser.isSet(faultOption)) {
         Fault fault = Fault::None;
         if (!faultFromName(parser.value(faultOption), &fault))
-            return fail(QStringLiteral("unknown fault; one of: %1").arg(faultNames().join(QStringLiteral(", "))));
+            return fail(
+                QStringLiteral("unknown fault; one of: %1").arg(faultNames().join(QStringLiteral(", "))));
         device.setFault(fault, true);
     }
     if (parser.isSet(turnaroundOption)) {

@@ -10,10 +10,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
-constexpr int kQuietMs = 250;          // no byte for this long: the answer is over
-constexpr int kSlackMs = 150;          // event-loop and scheduling allowance on top of the line time
+constexpr int kQuietMs = 250; // no byte for this long: the answer is over
+constexpr int kSlackMs = 150; // event-loop and scheduling allowance on top of the line time
 constexpr int kSilenceMs = 500;
 
 QByteArray hex(const char *text)
@@ -26,8 +27,7 @@ double lineMs(int bytes, int baud)
     return bytes * 11 * 1000.0 / baud;
 }
 
-struct Arrival
-{
+struct Arrival {
     qint64 ms;
     QByteArray bytes;
 };
@@ -129,8 +129,8 @@ void TestDeviceSimulator::answersAtTheLineRate_data()
 
     QTest::newRow("SND_NKE to address 1") << hex("1040014116") << 1 << hex("E5");
     QTest::newRow("SND_NKE to 254") << hex("1040FE3E16") << 1 << hex("E5");
-    QTest::newRow("information request, 48-byte answer") << hex("680505685301517F002416") << 48
-                                                          << hex("682A2A680801727856341256");
+    QTest::newRow("information request, 48-byte answer")
+        << hex("680505685301517F002416") << 48 << hex("682A2A680801727856341256");
     QTest::newRow("clock registers") << hex("01030008000245C9") << 9 << hex("010304");
     QTest::newRow("channel 16 value") << hex("0103206E0002AE16") << 9 << hex("0103040000");
 }
@@ -154,8 +154,8 @@ void TestDeviceSimulator::answersAtTheLineRate()
 
     // The last byte arrives after the request and the answer have crossed the line, plus the turnaround.
     const double expected = lineMs(request.size() + answer.size(), 2400) + sim->turnaroundMs();
-    qInfo("%s: %d bytes, last byte after %lld ms (line model %.0f ms)", QTest::currentDataTag(), answer.size(),
-          client.lastByteMs(), expected);
+    qInfo("%s: %d bytes, last byte after %lld ms (line model %.0f ms)", QTest::currentDataTag(),
+          answer.size(), client.lastByteMs(), expected);
     QVERIFY2(client.lastByteMs() >= expected - 10, qPrintable(QString::number(client.lastByteMs())));
     QVERIFY2(client.lastByteMs() <= expected + kSlackMs, qPrintable(QString::number(client.lastByteMs())));
 }
@@ -227,8 +227,8 @@ void TestDeviceSimulator::faults_data()
     QTest::newRow("wrong CRC") << int(Fault::WrongChecksum) << address << hex("01030200017A84");
     QTest::newRow("wrong length") << int(Fault::WrongLength) << address << hex("01030200010045E2");
     QTest::newRow("exception, register read") << int(Fault::ExceptionAnswer) << address << hex("018302C0F1");
-    QTest::newRow("exception, SND_NKE") << int(Fault::ExceptionAnswer) << hex("1040014116")
-                                        << hex("68040468080170007916");
+    QTest::newRow("exception, SND_NKE")
+        << int(Fault::ExceptionAnswer) << hex("1040014116") << hex("68040468080170007916");
     QTest::newRow("truncated") << int(Fault::TruncatedAnswer) << address << hex("010302");
 }
 
@@ -241,7 +241,8 @@ void TestDeviceSimulator::faults()
     QVERIFY(client.open());
     sim->setFault(static_cast<Fault>(fault), true);
     for (int round = 0; round < 2; ++round) {
-        QCOMPARE(client.exchange(request, answer.isEmpty() ? kSilenceMs : kQuietMs).toHex(' '), answer.toHex(' '));
+        QCOMPARE(client.exchange(request, answer.isEmpty() ? kSilenceMs : kQuietMs).toHex(' '),
+                 answer.toHex(' '));
     }
     QCOMPARE(sim->requests().size(), 2);
 }
@@ -263,7 +264,8 @@ void TestDeviceSimulator::splitAnswerComesInLatePieces()
     Client client(sim->portPath());
     QVERIFY(client.open());
     sim->setFault(Fault::SplitAnswer);
-    const QByteArray answer = client.exchange(hex("680505685301517F002416"), DeviceSimulator::kSplitGapMs + 200);
+    const QByteArray answer =
+        client.exchange(hex("680505685301517F002416"), DeviceSimulator::kSplitGapMs + 200);
     QCOMPARE(answer.size(), 48);
     QCOMPARE(static_cast<quint8>(answer.at(47)), quint8(0x16));
     // Three pieces of 16 bytes: two gaps of at least kSplitGapMs between the arrivals.

@@ -12,7 +12,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 const QDateTime kSystemUtc(QDate(2009, 11, 15), QTime(14, 30, 5), Qt::UTC);
 
@@ -50,7 +51,8 @@ QByteArray exchange(DeviceModel &model, const QByteArray &line, int *requests = 
 
 QString channelText(const ChannelState &c)
 {
-    return QStringLiteral("id %1 man %2 ver %3 medium %4 vif %5 value %6 weight %7 duration %8 appointment %9")
+    return QStringLiteral(
+               "id %1 man %2 ver %3 medium %4 vif %5 value %6 weight %7 duration %8 appointment %9")
         .arg(c.identification, 8, 16, QLatin1Char('0'))
         .arg(c.manufacturer, 4, 16, QLatin1Char('0'))
         .arg(c.version)
@@ -126,8 +128,8 @@ void TestProtocolEngine::answers_data()
         << hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D051E0E2F1B00"
                "9116");
     QTest::newRow("information request, wrong sum") << v16 << hex("680505685301517F002516") << QByteArray();
-    QTest::newRow("information request to foreign address 2") << v16 << hex("680505685302517F002516")
-                                                              << QByteArray();
+    QTest::newRow("information request to foreign address 2")
+        << v16 << hex("680505685302517F002516") << QByteArray();
     QTest::newRow("channel 1 configuration")
         << v16 << hex("680505685301517F012516")
         << hex("6830306808017201000010566A01070000000005130000204105FF1E0000803F02FF1D320001FF1F0101FD1700"
@@ -147,10 +149,12 @@ void TestProtocolEngine::answers_data()
     QTest::newRow("channel 1 counter") << v16 << hex("010320000002CFCB") << hex("010304000500012BF2");
     QTest::newRow("channel 1 value 10") << v16 << hex("010320500002CFDA") << hex("01030400004120CBBB");
     QTest::newRow("channel 16 counter") << v16 << hex("0103201E0002AFCD") << hex("0103042800EE6BFFDC");
-    QTest::newRow("channel 17 counter: unknown register") << v16 << hex("010320200002CE01") << hex("018302C0F1");
+    QTest::newRow("channel 17 counter: unknown register")
+        << v16 << hex("010320200002CE01") << hex("018302C0F1");
     QTest::newRow("register 7: unknown register") << v16 << hex("01030007000135CB") << hex("018302C0F1");
     QTest::newRow("count 0: bad value") << v16 << hex("01030005000055CB") << hex("0183030131");
-    QTest::newRow("journal clearing write") << v16 << hex("0110000B0001020000A72B") << hex("0110000B0001700B");
+    QTest::newRow("journal clearing write")
+        << v16 << hex("0110000B0001020000A72B") << hex("0110000B0001700B");
     QTest::newRow("write to register 7") << v16 << hex("011000070001020000A7E7") << hex("019002CDC1");
     QTest::newRow("reset telegram") << v16 << hex("6804046873015011D516") << hex("E5");
     QTest::newRow("SND_UD with an unknown record") << v16 << hex("680505685301510000A716") << QByteArray();
@@ -173,28 +177,43 @@ void TestProtocolEngine::writes_data()
     QTest::addColumn<QString>("value");
 
     const QByteArray e5 = hex("E5"), none;
-    QTest::newRow("bus address 7") << hex("68060668530151017A072716") << e5 << "address" << "7";
-    QTest::newRow("bus address 251 refused") << hex("68060668530151017AFB1B16") << none << "address" << "1";
-    QTest::newRow("bus address 7, broadcast") << hex("6806066853FF51017A072516") << none << "address" << "7";
+    QTest::newRow("bus address 7") << hex("68060668530151017A072716") << e5 << "address"
+                                   << "7";
+    QTest::newRow("bus address 251 refused") << hex("68060668530151017AFB1B16") << none << "address"
+                                             << "1";
+    QTest::newRow("bus address 7, broadcast") << hex("6806066853FF51017A072516") << none << "address"
+                                              << "7";
     QTest::newRow("identification all FF keeps the number")
-        << hex("6809096873FE510C79FFFFFFFF4316") << e5 << "identification" << "12345678";
+        << hex("6809096873FE510C79FFFFFFFF4316") << e5 << "identification"
+        << "12345678";
     QTest::newRow("identification 10203040")
-        << hex("6809096873FE510C7940302010E716") << e5 << "identification" << "10203040";
+        << hex("6809096873FE510C7940302010E716") << e5 << "identification"
+        << "10203040";
     QTest::newRow("identification with a non-BCD digit")
-        << hex("6809096873FE510C794A302010F116") << none << "identification" << "12345678";
-    QTest::newRow("report day 25") << hex("6807076853015101FF1A19D816") << e5 << "report day" << "25";
-    QTest::newRow("report day 0 refused") << hex("6807076853015101FF1A00BF16") << none << "report day" << "1";
-    QTest::newRow("report day 32 refused") << hex("6807076853015101FF1A20DF16") << none << "report day" << "1";
-    QTest::newRow("speed 9600") << hex("680303685301BD1116") << e5 << "speed" << "bd";
-    QTest::newRow("speed 19200 refused") << hex("680303685301BE1216") << none << "speed" << "bb";
+        << hex("6809096873FE510C794A302010F116") << none << "identification"
+        << "12345678";
+    QTest::newRow("report day 25") << hex("6807076853015101FF1A19D816") << e5 << "report day"
+                                   << "25";
+    QTest::newRow("report day 0 refused") << hex("6807076853015101FF1A00BF16") << none << "report day"
+                                          << "1";
+    QTest::newRow("report day 32 refused") << hex("6807076853015101FF1A20DF16") << none << "report day"
+                                           << "1";
+    QTest::newRow("speed 9600") << hex("680303685301BD1116") << e5 << "speed"
+                                << "bd";
+    QTest::newRow("speed 19200 refused") << hex("680303685301BE1216") << none << "speed"
+                                         << "bb";
     QTest::newRow("clock 15.11.2009 14:30:05, Sunday")
-        << hex("680B0B68530151066D051EEE2F1B007316") << e5 << "clock" << "2009-11-15T14:30:05Z";
+        << hex("680B0B68530151066D051EEE2F1B007316") << e5 << "clock"
+        << "2009-11-15T14:30:05Z";
     QTest::newRow("clock with month 13 refused")
-        << hex("680B0B68530151066D051EEE2F1D007516") << none << "clock" << "2009-11-15T14:30:05Z";
-    QTest::newRow("journal clearing") << hex("0110000B0001020000A72B") << hex("0110000B0001700B")
-                                      << "journal clears" << "1";
+        << hex("680B0B68530151066D051EEE2F1D007516") << none << "clock"
+        << "2009-11-15T14:30:05Z";
+    QTest::newRow("journal clearing")
+        << hex("0110000B0001020000A72B") << hex("0110000B0001700B") << "journal clears"
+        << "1";
     QTest::newRow("counter of channel 2 preset")
-        << hex("01102002000204234500013026") << hex("011020020002EBC8") << "counter 2" << "12345";
+        << hex("01102002000204234500013026") << hex("011020020002EBC8") << "counter 2"
+        << "12345";
     QTest::newRow("channel 5, every record")
         << hex("6826266853015187C0804079785634124304030205FF1E6F12833A05060000F74202FF1D640001FF1F03CD16")
         << e5 << "channel 5"
@@ -272,27 +291,28 @@ void TestProtocolEngine::faults_data()
 
     using L = QList<QByteArray>;
     const QByteArray counter = hex("010304000500012BF2");
-    const QByteArray info = hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D"
-                                "051E0E2F1B009116");
+    const QByteArray info =
+        hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D"
+            "051E0E2F1B009116");
     QTest::newRow("none") << int(Fault::None) << true << counter << L{counter};
     QTest::newRow("silence") << int(Fault::Silence) << true << counter << L{};
-    QTest::newRow("split, 9-byte register answer") << int(Fault::SplitAnswer) << true << counter
-                                                   << L{hex("010304"), hex("000500"), hex("012BF2")};
+    QTest::newRow("split, 9-byte register answer")
+        << int(Fault::SplitAnswer) << true << counter << L{hex("010304"), hex("000500"), hex("012BF2")};
     QTest::newRow("split, E5") << int(Fault::SplitAnswer) << false << hex("E5") << L{hex("E5")};
-    QTest::newRow("checksum, register answer") << int(Fault::WrongChecksum) << true << counter
-                                               << L{hex("010304000500012CF2")};
-    QTest::newRow("checksum, information answer") << int(Fault::WrongChecksum) << false << info
-                                                  << L{info.left(46) + hex("9216")};
+    QTest::newRow("checksum, register answer")
+        << int(Fault::WrongChecksum) << true << counter << L{hex("010304000500012CF2")};
+    QTest::newRow("checksum, information answer")
+        << int(Fault::WrongChecksum) << false << info << L{info.left(46) + hex("9216")};
     QTest::newRow("checksum, E5 has none") << int(Fault::WrongChecksum) << false << hex("E5") << L{hex("E5")};
-    QTest::newRow("length, register answer") << int(Fault::WrongLength) << true << counter
-                                             << L{hex("0103040005000100B21F")};
-    QTest::newRow("length, information answer") << int(Fault::WrongLength) << false << info
-                                                << L{info.left(46) + hex("009116")};
+    QTest::newRow("length, register answer")
+        << int(Fault::WrongLength) << true << counter << L{hex("0103040005000100B21F")};
+    QTest::newRow("length, information answer")
+        << int(Fault::WrongLength) << false << info << L{info.left(46) + hex("009116")};
     QTest::newRow("length, E5") << int(Fault::WrongLength) << false << hex("E5") << L{hex("E5E5")};
-    QTest::newRow("exception, register read") << int(Fault::ExceptionAnswer) << true << counter
-                                              << L{hex("018302C0F1")};
-    QTest::newRow("truncated, register answer") << int(Fault::TruncatedAnswer) << true << counter
-                                                << L{hex("01030400")};
+    QTest::newRow("exception, register read")
+        << int(Fault::ExceptionAnswer) << true << counter << L{hex("018302C0F1")};
+    QTest::newRow("truncated, register answer")
+        << int(Fault::TruncatedAnswer) << true << counter << L{hex("01030400")};
     QTest::newRow("truncated, E5") << int(Fault::TruncatedAnswer) << false << hex("E5") << L{};
     QTest::newRow("any fault, no answer") << int(Fault::WrongLength) << true << QByteArray() << L{};
 }
@@ -318,10 +338,12 @@ void TestProtocolEngine::noiseNeverHoldsStartBytes()
     const QByteArray applicationError = QByteArray::fromHex(fixture.readAll().simplified().replace(' ', ""));
     const RequestFrame request{RequestFraming::MBus, hex("680505685301517F002416")};
     QRandomGenerator random(7);
-    QCOMPARE(answerPieces(hex("E5"), request, 1, Fault::ExceptionAnswer, random), QList<QByteArray>{applicationError});
+    QCOMPARE(answerPieces(hex("E5"), request, 1, Fault::ExceptionAnswer, random),
+             QList<QByteArray>{applicationError});
 
     for (int run = 0; run < 200; ++run) {
-        const QList<QByteArray> pieces = answerPieces(hex("E5"), request, 1, Fault::NoiseBeforeAnswer, random);
+        const QList<QByteArray> pieces =
+            answerPieces(hex("E5"), request, 1, Fault::NoiseBeforeAnswer, random);
         QCOMPARE(pieces.size(), 1);
         QCOMPARE(pieces.first().size(), 4);
         QVERIFY(pieces.first().endsWith(hex("E5")));
@@ -411,9 +433,12 @@ void TestProtocolEngine::badStateFileKeepsTheModel_data()
     QTest::addColumn<QByteArray>("replace");
     QTest::newRow("not JSON") << QByteArray("{") << QByteArray("[[");
     QTest::newRow("address 300") << QByteArray("\"address\": 42") << QByteArray("\"address\": 300");
-    QTest::newRow("speed code C0") << QByteArray("\"speedCode\": \"bd\"") << QByteArray("\"speedCode\": \"c0\"");
-    QTest::newRow("report day as text") << QByteArray("\"reportDay\": 25") << QByteArray("\"reportDay\": \"25\"");
-    QTest::newRow("channel counter negative") << QByteArray("\"counter\": 65541") << QByteArray("\"counter\": -1");
+    QTest::newRow("speed code C0") << QByteArray("\"speedCode\": \"bd\"")
+                                   << QByteArray("\"speedCode\": \"c0\"");
+    QTest::newRow("report day as text")
+        << QByteArray("\"reportDay\": 25") << QByteArray("\"reportDay\": \"25\"");
+    QTest::newRow("channel counter negative")
+        << QByteArray("\"counter\": 65541") << QByteArray("\"counter\": -1");
 }
 
 void TestProtocolEngine::badStateFileKeepsTheModel()
