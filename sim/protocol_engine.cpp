@@ -149,13 +149,26 @@ ProtocolEngine::Target ProtocolEngine::target(quint8 address) const
 
 EngineReply ProtocolEngine::handle(const RequestFrame &request, const QDateTime &systemUtc)
 {
+    // The request finder hands over whole, intact frames only; anything else is line noise.
+    const QByteArray &bytes = request.bytes;
     switch (request.framing) {
-    case RequestFraming::Register:
-        return handleRegister(request.bytes, systemUtc);
-    case RequestFraming::MBus:
-        if (request.bytes.size() == 5)
-            return handleShort(request.bytes, systemUtc);
-        return handleLong(request.bytes, systemUtc);
+    case RequestFraming::Register: {
+        const bool read = bytes.size() == 8 && byteAt(bytes, 1) == frames::kReadRegisters;
+        const bool write = bytes.size() >= 9 && byteAt(bytes, 1) == frames::kWriteRegisters &&
+                           bytes.size() == 9 + byteAt(bytes, 6);
+        if ((!read && !write) || !frames::crcIntact(bytes))
+            return {};
+        return handleRegister(bytes, systemUtc);
+    }
+    case RequestFraming::MBus: {
+        const frames::FrameCheck check = frames::checkMbus(bytes);
+        if (check.state != frames::Completeness::Complete || check.frameLength != bytes.size() ||
+            bytes.size() == 1)
+            return {};
+        if (bytes.size() == 5)
+            return handleShort(bytes, systemUtc);
+        return handleLong(bytes, systemUtc);
+    }
     }
     return {};
 }

@@ -1,6 +1,7 @@
 // The simulated device's protocol without the line: request bytes in, answer bytes out. Expected
 // answers are written out byte by byte from the documented layouts, never produced by the engine.
 
+#include "link/frames.h"
 #include "sim/data_records.h"
 #include "sim/device_model.h"
 #include "sim/fault.h"
@@ -97,6 +98,9 @@ private slots:
     void answers();
     void writes_data();
     void writes();
+    void brokenFramesGetNoAnswer_data();
+    void brokenFramesGetNoAnswer();
+    void randomLineBytes();
     void requestFinding_data();
     void requestFinding();
     void faults_data();
@@ -238,6 +242,92 @@ void TestProtocolEngine::writes()
     DeviceModel model = sampleDevice();
     QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
     QCOMPARE(::field(model, field), value);
+}
+
+void TestProtocolEngine::brokenFramesGetNoAnswer_data()
+{
+    QTest::addColumn<bool>("registerFraming");
+    QTest::addColumn<QByteArray>("frame");
+    QTest::newRow("register read cut to 2 bytes") << true << hex("0103");
+    QTest::newRow("register write whose byte count overruns") << true << hex("0110000B0001040000472A");
+    QTest::newRow("register read with a wrong CRC") << true << hex("01030008000245C8");
+    QTest::newRow("M-Bus start byte alone") << false << hex("68");
+    QTest::newRow("E5 as a request") << false << hex("E5");
+    QTest::newRow("long frame with trailing bytes") << false << hex("680505685301517F00241600");
+}
+
+void TestProtocolEngine::brokenFramesGetNoAnswer()
+{
+    QFETCH(bool, registerFraming);
+    QFETCH(QByteArray, frame);
+    DeviceModel model = sampleDevice();
+    ProtocolEngine engine(model);
+    const RequestFrame request{registerFraming ? RequestFraming::Register : RequestFraming::MBus, frame};
+    const EngineReply reply = engine.handle(request, kSystemUtc);
+    QCOMPARE(reply.answer.toHex(), QByteArray());
+    QVERIFY(!reply.changed);
+}
+
+// Whatever comes from the line, only intact frames reach the engine and every answer is well formed.
+void TestProtocolEngine::randomLineBytes()
+{
+    QRandomGenerator random(2024);
+    DeviceModel model = sampleDevice();
+    RequestAssembler assembler;
+    ProtocolEngine engine(model);
+    const QList<QByteArray> requests = {hex("1040014116"),
+                                        hex("107BFE7916"),
+                                        hex("680505685301517F002416"),
+                                        hex("01030008000245C9"),
+                                        hex("0103201E0002AFCD"),
+                                        hex("680505685301517F012516"),
+                                        hex("6804046873015011D516"),
+                                        hex("0110000B0001020000A72B"),
+                                        hex("01030007000135CB")};
+    int answered = 0;
+    for (int chunk = 0; chunk < 3000; ++chunk) {
+        QByteArray bytes;
+        switch (random.bounded(4)) {
+        case 0: // noise
+            for (int i = random.bounded(1, 12); i > 0; --i)
+                bytes.append(static_cast<char>(random.bounded(256)));
+            break;
+        case 1: // a request with one byte damaged
+            bytes = requests.at(random.bounded(requests.size()));
+            bytes[random.bounded(bytes.size())] = static_cast<char>(random.bounded(256));
+            break;
+        case 2: // a pause on the line
+            assembler.reset();
+            Q_FALLTHROUGH();
+        default:
+            bytes = requests.at(random.bounded(requests.size()));
+            break;
+        }
+        for (const RequestFrame &frame : assembler.feed(bytes)) {
+            if (frame.framing == RequestFraming::Register) {
+                QVERIFY(frames::crcIntact(frame.bytes));
+            } else {
+                const frames::FrameCheck check = frames::checkMbus(frame.bytes);
+                QCOMPARE(int(check.state), int(frames::Completeness::Complete));
+                QCOMPARE(check.frameLength, frame.bytes.size());
+            }
+            const QByteArray answer = engine.handle(frame, kSystemUtc).answer;
+            if (answer.isEmpty())
+                continue;
+            ++answered;
+            if (frame.framing == RequestFraming::Register)
+                QVERIFY2(frames::crcIntact(answer), answer.toHex(' ').constData());
+            else
+                QCOMPARE(frames::checkMbus(answer).frameLength, answer.size());
+        }
+        QVERIFY(assembler.pending().size() <= 264);
+    }
+    // Most requests that reach the device whole are answered; the noise never wedges it.
+    QVERIFY2(answered > 1200, qPrintable(QString::number(answered)));
+    assembler.reset();
+    const QList<RequestFrame> last = assembler.feed(hex("1040014116"));
+    QCOMPARE(last.size(), 1);
+    QCOMPARE(engine.handle(last.first(), kSystemUtc).answer, hex("E5"));
 }
 
 void TestProtocolEngine::requestFinding_data()
