@@ -128,11 +128,9 @@ void TestDeviceSimulator::answersAtTheLineRate_data()
     QTest::addColumn<QByteArray>("answerStart");
 
     QTest::newRow("SND_NKE to address 1") << hex("1040014116") << 1 << hex("E5");
-    QTest::newRow("SND_NKE to 254") << hex("1040FE3E16") << 1 << hex("E5");
     QTest::newRow("information request, 48-byte answer")
         << hex("680505685301517F002416") << 48 << hex("682A2A680801727856341256");
     QTest::newRow("clock registers") << hex("01030008000245C9") << 9 << hex("010304");
-    QTest::newRow("channel 16 value") << hex("0103206E0002AE16") << 9 << hex("0103040000");
 }
 
 void TestDeviceSimulator::answersAtTheLineRate()
