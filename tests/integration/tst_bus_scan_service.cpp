@@ -4,6 +4,8 @@
 #include "tests/support/form_on_simulator.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
+#include <QDateTimeEdit>
 #include <QElapsedTimer>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -189,6 +191,17 @@ void TestBusScanService::doubleClickChoosesTheWorkingAddress()
     f.w<QAbstractButton>(QStringLiteral("pushButton_readZorvaConfig"))->click();
     QCOMPARE(hexList(f.sim().requests()), hexList({request}));
     QCOMPARE(f.w<QLineEdit>(QStringLiteral("lineEdit_SerialNumber"))->text(), QStringLiteral("12345678"));
+
+    // The chosen device's clock is set to UTC and read back from its registers.
+    f.sim().model().clockOffsetSecs = -86400 * 400;
+    f.w<QCheckBox>(QStringLiteral("checkBox_SyncUTC"))->setChecked(true);
+    f.w<QAbstractButton>(QStringLiteral("pushButton_DateWrite"))->click();
+    auto *clock = f.w<QDateTimeEdit>(QStringLiteral("dateTimeEdit"));
+    clock->setDateTime(QDateTime(QDate(2001, 1, 1), QTime(0, 0)));
+    f.w<QAbstractButton>(QStringLiteral("pushButton_DateRead"))->click();
+    const QDateTime shown(clock->date(), clock->time(), Qt::UTC);
+    QVERIFY2(qAbs(shown.secsTo(QDateTime::currentDateTimeUtc())) <= 3, qPrintable(clock->text()));
+    QCOMPARE(f.boxes().texts(), QStringList());
 }
 
 void TestBusScanService::rawCommand_data()
