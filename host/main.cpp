@@ -3,6 +3,7 @@
 
 #include "host/host_window.h"
 #include "host/module_registry.h"
+#include "host/server_emulation.h"
 #include "sdk/module_interface.h"
 
 #include <QApplication>
@@ -34,12 +35,30 @@ int main(int argc, char *argv[])
     const QCommandLineOption serverOption(QStringLiteral("server"),
                                           QStringLiteral("Base address of the metering server (remembered)."),
                                           QStringLiteral("url"));
+    const QCommandLineOption simulateOption(
+        QStringLiteral("simulate"),
+        QStringLiteral("Run a simulated ZORVA device and, unless --server or VELMORA_SERVER_URL names one, a "
+                       "local metering server."));
     parser.addOption(modulesOption);
     parser.addOption(serverOption);
+    parser.addOption(simulateOption);
     parser.process(app);
 
     if (parser.isSet(serverOption))
         settings.setValue(QStringLiteral("serverUrl"), parser.value(serverOption));
+
+    ServerEmulation serverEmulation;
+    if (parser.isSet(simulateOption) && !parser.isSet(serverOption) &&
+        qEnvironmentVariableIsEmpty("VELMORA_SERVER_URL")) {
+        QString error;
+        if (serverEmulation.start(&error))
+            std::fprintf(stderr,
+                         "Metering server emulated at %s: login \"%s\", password \"%s\"; uploads go to %s\n",
+                         qPrintable(serverEmulation.baseAddress()), ServerEmulation::kLogin,
+                         ServerEmulation::kPassword, qPrintable(serverEmulation.storageDir()));
+        else
+            std::fprintf(stderr, "Metering-server emulator not started: %s\n", qPrintable(error));
+    }
 
     ModuleRegistry cores;
     cores.loadFolder(root.absoluteFilePath(QStringLiteral("core")));

@@ -17,6 +17,7 @@ constexpr char kContentLength[] = "Content-Length";
 constexpr char kSetAsideContentType[] = "X-Upload-Content-Type";
 constexpr time_t kKeepAliveSeconds = 1;
 constexpr time_t kReadTimeoutSeconds = 3;
+constexpr int kStartWaitMs = 5000;
 
 QByteArray headerOf(const httplib::Request &request, const char *name)
 {
@@ -208,6 +209,16 @@ bool ServerEmulator::start(quint16 port, QString *error)
     }
     d->port = quint16(bound);
     d->thread = std::thread([this] { d->server.listen_after_bind(); });
+    // stop() only reaches a server that has entered its accept loop, so wait for it.
+    for (int waited = 0; !d->server.is_running() && waited < kStartWaitMs; ++waited)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (!d->server.is_running()) {
+        d->server.stop();
+        d->thread.join();
+        if (error)
+            *error = QStringLiteral("the server on port %1 did not start").arg(d->port);
+        return false;
+    }
     return true;
 }
 
