@@ -1,6 +1,7 @@
 // Standalone host: loads the core services and every module of the modules folder, hands each
 // module the table of loaded modules and shows its page.
 
+#include "host/device_simulation.h"
 #include "host/host_window.h"
 #include "host/module_registry.h"
 #include "host/server_emulation.h"
@@ -42,7 +43,17 @@ int main(int argc, char *argv[])
     parser.addOption(modulesOption);
     parser.addOption(serverOption);
     parser.addOption(simulateOption);
+    const QCommandLineOption simAddressOption(
+        QStringLiteral("sim-address"), QStringLiteral("Primary address of the simulated device, 0..250."),
+        QStringLiteral("address"), QStringLiteral("1"));
+    parser.addOption(simAddressOption);
     parser.process(app);
+    quint8 simulatedAddress = 0;
+    if (!DeviceSimulation::parseAddress(parser.value(simAddressOption), &simulatedAddress)) {
+        std::fprintf(stderr, "--sim-address: a primary address 0..250 is expected, not \"%s\"\n",
+                     qPrintable(parser.value(simAddressOption)));
+        return 2;
+    }
 
     if (parser.isSet(serverOption))
         settings.setValue(QStringLiteral("serverUrl"), parser.value(serverOption));
@@ -58,6 +69,17 @@ int main(int argc, char *argv[])
                          ServerEmulation::kPassword, qPrintable(serverEmulation.storageDir()));
         else
             std::fprintf(stderr, "Metering-server emulator not started: %s\n", qPrintable(error));
+    }
+
+    // Started before the module pages, whose port lists then offer and preselect its port.
+    DeviceSimulation deviceSimulation;
+    if (parser.isSet(simulateOption)) {
+        QString error;
+        if (deviceSimulation.start(simulatedAddress, &error))
+            std::fprintf(stderr, "Simulated ZORVA at address %u on %s\n", unsigned(simulatedAddress),
+                         qPrintable(deviceSimulation.portPath()));
+        else
+            std::fprintf(stderr, "Device simulator not started: %s\n", qPrintable(error));
     }
 
     ModuleRegistry cores;

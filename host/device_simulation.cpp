@@ -1,0 +1,43 @@
+#include "host/device_simulation.h"
+
+#include "link/port_list.h"
+#include "sim/device_simulator.h"
+
+namespace {
+constexpr uint kHighestPrimaryAddress = 250;
+}
+
+DeviceSimulation::DeviceSimulation() = default;
+
+DeviceSimulation::~DeviceSimulation() = default;
+
+bool DeviceSimulation::start(quint8 address, QString *error)
+{
+    auto simulator = std::make_unique<DeviceSimulator>();
+    simulator->model().address = address;
+    if (!simulator->start(error))
+        return false;
+    m_simulator = std::move(simulator);
+    ports::publishSimulatedPort(m_simulator->portPath());
+    return true;
+}
+
+bool DeviceSimulation::isRunning() const
+{
+    return m_simulator != nullptr;
+}
+
+QString DeviceSimulation::portPath() const
+{
+    return m_simulator ? m_simulator->portPath() : QString();
+}
+
+bool DeviceSimulation::parseAddress(const QString &text, quint8 *address)
+{
+    bool isNumber = false;
+    const uint value = text.trimmed().toUInt(&isNumber, 10);
+    if (!isNumber || value > kHighestPrimaryAddress)
+        return false;
+    *address = static_cast<quint8>(value);
+    return true;
+}
