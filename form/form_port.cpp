@@ -12,7 +12,8 @@
 #include <QSerialPortInfo>
 #include <QSignalBlocker>
 
-namespace {
+namespace
+{
 
 Q_LOGGING_CATEGORY(lcLink, "zorva.link")
 
@@ -62,9 +63,7 @@ void Form::listPortsAndConfigureLine()
 }
 
 // QSerialPort has no "opened" signal; the toggle itself updates the button.
-void Form::slotPortIsOpen()
-{
-}
+void Form::slotPortIsOpen() {}
 
 void Form::slotPortIsClose()
 {
@@ -72,9 +71,7 @@ void Form::slotPortIsClose()
 }
 
 // Port errors are not reported: a failed write shows in the log, a dead line as a missing answer.
-void Form::slotPortError(QSerialPort::SerialPortError)
-{
-}
+void Form::slotPortError(QSerialPort::SerialPortError) {}
 
 void Form::on_comboBox_portList_currentIndexChanged(const QString &portName)
 {
@@ -272,7 +269,8 @@ bool Form::readValidated(int kind)
 
     // One answer is taken; what follows it stays for the next read.
     const int length = frames::registerAnswerLength(bufRemains);
-    const QByteArray answer = (length > 0 && length <= bufRemains.size()) ? bufRemains.left(length) : bufRemains;
+    const QByteArray answer =
+        (length > 0 && length <= bufRemains.size()) ? bufRemains.left(length) : bufRemains;
     bufRemains.remove(0, answer.size());
 
     if (answer.isEmpty()) {

@@ -3,7 +3,8 @@
 #include "link/port_list.h"
 #include "sim/device_simulator.h"
 
-namespace {
+namespace
+{
 constexpr uint kHighestPrimaryAddress = 250;
 }
 

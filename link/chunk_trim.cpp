@@ -2,7 +2,8 @@
 
 #include "link/frames.h"
 
-namespace frames {
+namespace frames
+{
 
 static bool isStartByte(char c)
 {

@@ -7,10 +7,10 @@
 
 #include <QByteArray>
 
-namespace frames {
-
-struct TrimmedChunk
+namespace frames
 {
+
+struct TrimmedChunk {
     QByteArray bytes;
     bool noStartByte; // the chunk holds neither E5 nor 68
 };

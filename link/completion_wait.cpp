@@ -1,6 +1,7 @@
 #include "link/completion_wait.h"
 
-namespace exchange {
+namespace exchange
+{
 
 CompletionWait::CompletionWait(int firstBytePauseMs) : m_firstBytePauseMs(firstBytePauseMs) {}
 

@@ -11,7 +11,8 @@
 #include <QVector>
 #include <QtGlobal>
 
-namespace exchange {
+namespace exchange
+{
 
 constexpr int kPauseMs = 200;
 constexpr int kFirstByteTries = 10;

@@ -1,6 +1,7 @@
 #include "link/frames.h"
 
-namespace frames {
+namespace frames
+{
 
 quint16 crc16(const QByteArray &bytes)
 {

@@ -17,7 +17,8 @@
 #include <QByteArray>
 #include <QtGlobal>
 
-namespace frames {
+namespace frames
+{
 
 constexpr quint8 kAck = 0xE5;
 constexpr quint8 kShortStart = 0x10;
@@ -51,8 +52,7 @@ QByteArray mbusLong(quint8 control, quint8 address, quint8 ci, const QByteArray 
 
 // Incremental check of a received buffer.
 enum class Completeness { Complete, NeedMore, Invalid };
-struct FrameCheck
-{
+struct FrameCheck {
     Completeness state;
     int frameLength; // Complete: length of the frame at the buffer's start
     int missing;     // NeedMore: at least this many bytes still to come

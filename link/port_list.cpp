@@ -3,7 +3,8 @@
 #include <QCoreApplication>
 #include <QVariant>
 
-namespace ports {
+namespace ports
+{
 
 PortChoices portChoices(const QStringList &available, const QStringList &simulated)
 {

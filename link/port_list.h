@@ -6,12 +6,12 @@
 
 #include <QStringList>
 
-namespace ports {
+namespace ports
+{
 
 constexpr char kSimulatedPortsProperty[] = "zorva.simulatedPorts";
 
-struct PortChoices
-{
+struct PortChoices {
     QStringList names;
     int current; // index to select; -1 when there is no port at all
 };

@@ -21,7 +21,8 @@
 #include <QtTest>
 #include <memory>
 
-namespace {
+namespace
+{
 
 QString hostPath()
 {
@@ -147,7 +148,8 @@ void TestHostSimulation::hostRunsTheDeviceOnItsEventLoop()
         }
     });
     host.setProcessEnvironment(offscreenEnvironment());
-    host.start(hostPath(), {QStringLiteral("--simulate"), QStringLiteral("--sim-address"), QStringLiteral("7")});
+    host.start(hostPath(),
+               {QStringLiteral("--simulate"), QStringLiteral("--sim-address"), QStringLiteral("7")});
     QVERIFY(host.waitForStarted());
     QString stderrText;
     const QRegularExpression announced(QStringLiteral("Simulated ZORVA at address 7 on (\\S+)"));

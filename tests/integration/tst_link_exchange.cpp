@@ -11,8 +11,8 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QLineEdit>
-#include <QSerialPortInfo>
 #include <QRegularExpression>
+#include <QSerialPortInfo>
 #include <QSet>
 #include <QTimer>
 #include <QToolButton>
@@ -22,7 +22,8 @@
 #include <termios.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 QByteArray hex(const char *text)
 {
@@ -72,7 +73,10 @@ public:
     bool ready() const { return m_slave >= 0; }
     QString path() const { return m_path; }
 
-    bool send(const QByteArray &bytes) { return ::write(m_master, bytes.constData(), size_t(bytes.size())) == bytes.size(); }
+    bool send(const QByteArray &bytes)
+    {
+        return ::write(m_master, bytes.constData(), size_t(bytes.size())) == bytes.size();
+    }
     // One byte every intervalMs, `count` bytes in all.
     void startDribble(int count, int intervalMs)
     {
@@ -343,7 +347,8 @@ void TestLinkExchange::rateChangeReachesTheOpenPort()
     QFETCH(int, speed);
     auto *rates = m_fx->w<QComboBox>("comboBox_selectRate");
     if (rates->currentText() == rate)
-        rates->setCurrentText(rate == QLatin1String("2400") ? QStringLiteral("9600") : QStringLiteral("2400"));
+        rates->setCurrentText(rate == QLatin1String("2400") ? QStringLiteral("9600")
+                                                            : QStringLiteral("2400"));
     m_fx->clearLogs();
     rates->setCurrentText(rate);
 
@@ -538,7 +543,8 @@ void TestLinkExchange::noiseBeforeTheAnswer()
     QCOMPARE(form().vectorPortRead.size(), 1);
     QCOMPARE(form().vectorPortRead.first(), noiseDropped ? answer : onLine);
     QCOMPARE(form().noStartByte, !noiseDropped);
-    QVERIFY(m_fx->log().contains("buf.toHex() " + onLine.toHex() + " size " + QString::number(onLine.size())));
+    QVERIFY(
+        m_fx->log().contains("buf.toHex() " + onLine.toHex() + " size " + QString::number(onLine.size())));
 }
 
 void TestLinkExchange::splitAnswerInFixedPause()
@@ -562,10 +568,10 @@ void TestLinkExchange::laterChunksAreTrimmedToo_data()
     QTest::addColumn<QList<QByteArray>>("entries");
     QTest::addColumn<bool>("noStartByte");
     const QByteArray head = hex("010304");
-    QTest::newRow("later chunk holding 68")
-        << QList<QByteArray>{head, hex("1268 0000 7E97")} << QList<QByteArray>{head, hex("68 0000 7E97")} << true;
-    QTest::newRow("later chunk holding E5")
-        << QList<QByteArray>{head, hex("12E5 0000 AABB")} << QList<QByteArray>{head, hex("E5 0000 AABB")} << true;
+    QTest::newRow("later chunk holding 68") << QList<QByteArray>{head, hex("1268 0000 7E97")}
+                                            << QList<QByteArray>{head, hex("68 0000 7E97")} << true;
+    QTest::newRow("later chunk holding E5") << QList<QByteArray>{head, hex("12E5 0000 AABB")}
+                                            << QList<QByteArray>{head, hex("E5 0000 AABB")} << true;
     QTest::newRow("long frame cut after its length")
         << QList<QByteArray>{hex("6803"), hex("03 68 53 0A BB 18 16")}
         << QList<QByteArray>{hex("6803"), hex("68 53 0A BB 18 16")} << false;
@@ -608,7 +614,8 @@ void TestLinkExchange::flippedBitShowsItsBox()
     }
     QCOMPARE(m_fx->boxes().boxes.size(), frame.size() * 8);
     const QStringList texts = m_fx->boxes().texts();
-    QCOMPARE(QSet<QString>(texts.cbegin(), texts.cend()), QSet<QString>{QStringLiteral("Неверная контрольная сумма")});
+    QCOMPARE(QSet<QString>(texts.cbegin(), texts.cend()),
+             QSet<QString>{QStringLiteral("Неверная контрольная сумма")});
     QCOMPARE(m_fx->boxes().boxes.first().kind, BoxKind::Error);
 }
 
@@ -650,16 +657,18 @@ void TestLinkExchange::validatingReader_data()
     const QString crc = QStringLiteral("Неверная контрольная сумма");
     QTest::newRow("intact answer, kind 3") << int(Fault::None) << 3 << true << QStringList() << false;
     QTest::newRow("intact answer, kind 6") << int(Fault::None) << 6 << true << QStringList() << false;
-    QTest::newRow("wrong CRC, kind 6") << int(Fault::WrongChecksum) << 6 << false << QStringList{crc} << false;
+    QTest::newRow("wrong CRC, kind 6")
+        << int(Fault::WrongChecksum) << 6 << false << QStringList{crc} << false;
     QTest::newRow("wrong CRC, kind 3") << int(Fault::WrongChecksum) << 3 << false << QStringList() << false;
     QTest::newRow("exception answer, kind 6")
-        << int(Fault::ExceptionAnswer) << 6 << false << QStringList{QStringLiteral("Ошибка данных. Код ошибки: 2")}
-        << true;
-    QTest::newRow("exception answer, kind 3") << int(Fault::ExceptionAnswer) << 3 << false << QStringList() << false;
-    QTest::newRow("truncated answer, kind 6") << int(Fault::TruncatedAnswer) << 6 << false << QStringList{crc}
-                                              << false;
-    QTest::newRow("silence") << int(Fault::Silence) << 6 << false << QStringList{QStringLiteral("Ошибка данных")}
-                             << false;
+        << int(Fault::ExceptionAnswer) << 6 << false
+        << QStringList{QStringLiteral("Ошибка данных. Код ошибки: 2")} << true;
+    QTest::newRow("exception answer, kind 3")
+        << int(Fault::ExceptionAnswer) << 3 << false << QStringList() << false;
+    QTest::newRow("truncated answer, kind 6")
+        << int(Fault::TruncatedAnswer) << 6 << false << QStringList{crc} << false;
+    QTest::newRow("silence") << int(Fault::Silence) << 6 << false
+                             << QStringList{QStringLiteral("Ошибка данных")} << false;
 }
 
 void TestLinkExchange::validatingReader()

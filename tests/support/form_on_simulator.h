@@ -19,10 +19,9 @@ class QTextBrowser;
 class FormOnSimulator
 {
 public:
-    struct Options
-    {
-        quint8 address = 1;      // the simulated device's primary address
-        bool openPort = true;    // type the port and click "Открыть порт"
+    struct Options {
+        quint8 address = 1;   // the simulated device's primary address
+        bool openPort = true; // type the port and click "Открыть порт"
     };
 
     FormOnSimulator();

@@ -9,7 +9,8 @@
 #include <QFile>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 QByteArray hex(const char *text)
 {
@@ -92,7 +93,8 @@ void TestLinkFrames::registerRead()
     QFETCH(int, count);
     QFETCH(int, function);
     QFETCH(QByteArray, expected);
-    const QByteArray frame = frames::registerRead(quint8(address), quint16(reg), quint16(count), quint8(function));
+    const QByteArray frame =
+        frames::registerRead(quint8(address), quint16(reg), quint16(count), quint8(function));
     QCOMPARE(frame.toHex(' '), expected.toHex(' '));
     QVERIFY(frames::crcIntact(frame));
 }
@@ -118,7 +120,8 @@ void TestLinkFrames::registerWrite()
     QFETCH(int, byteCount);
     QFETCH(QByteArray, data);
     QFETCH(QByteArray, expected);
-    const QByteArray frame = frames::registerWrite(0x11, quint16(reg), quint16(count), quint8(byteCount), data);
+    const QByteArray frame =
+        frames::registerWrite(0x11, quint16(reg), quint16(count), quint8(byteCount), data);
     QCOMPARE(frame.size(), 9 + data.size());
     QCOMPARE(frame.toHex(' '), expected.toHex(' '));
 }
@@ -166,8 +169,10 @@ void TestLinkFrames::mbusBuilders_data()
     QTest::newRow("REQ_UD2 to FE") << frames::mbusShort(0x7B, 0xFE) << hex("107BFE7916");
     QTest::newRow("SND_NKE to 5") << frames::mbusShort(0x40, 0x05) << hex("1040054516");
     QTest::newRow("SND_NKE to FF, sum wraps") << frames::mbusShort(0x40, 0xFF) << hex("1040FF3F16");
-    QTest::newRow("reset telegram to 1") << frames::mbusLong(0x73, 0x01, 0x50, hex("11")) << hex("6804046873015011D516");
-    QTest::newRow("speed write to 10") << frames::mbusLong(0x53, 0x0A, 0xBB, {}) << hex("6803036853 0ABB 1816");
+    QTest::newRow("reset telegram to 1")
+        << frames::mbusLong(0x73, 0x01, 0x50, hex("11")) << hex("6804046873015011D516");
+    QTest::newRow("speed write to 10")
+        << frames::mbusLong(0x53, 0x0A, 0xBB, {}) << hex("6803036853 0ABB 1816");
 }
 
 void TestLinkFrames::mbusBuilders()
@@ -316,12 +321,14 @@ void TestLinkFrames::trimChunk_data()
     QTest::addColumn<bool>("noStartByte");
     QTest::newRow("E5 alone") << hex("E5") << hex("E5") << false;
     QTest::newRow("noise before E5") << hex("0011FFE5") << hex("E5") << false;
-    QTest::newRow("noise before 68") << hex("A5A5 6803036853 0ABB1816") << hex("6803036853 0ABB1816") << false;
+    QTest::newRow("noise before 68") << hex("A5A5 6803036853 0ABB1816") << hex("6803036853 0ABB1816")
+                                     << false;
     QTest::newRow("starts with 68, E5 inside") << hex("6803E5") << hex("6803E5") << false;
     QTest::newRow("neither E5 nor 68") << hex("0103040000") << hex("0103040000") << true;
     QTest::newRow("empty") << QByteArray() << QByteArray() << true;
     // A register answer in one chunk whose data holds 68 loses its head.
-    QTest::newRow("register answer with 68 in its data") << hex("01030400681000 762F") << hex("681000762F") << false;
+    QTest::newRow("register answer with 68 in its data")
+        << hex("01030400681000 762F") << hex("681000762F") << false;
     // The second chunk of an answer is trimmed on its own.
     QTest::newRow("later chunk with E5 in its data") << hex("10E5AB16") << hex("E5AB16") << false;
 }
@@ -348,8 +355,8 @@ void TestLinkFrames::completionWait_data()
         << QVector<qint64>{9, 9} << 2 << qint64(9) << QVector<qint64>{9, 9} << true;
     QTest::newRow("48 bytes arriving over two pauses")
         << QVector<qint64>{0, 20, 48, 48, 48} << 4 << qint64(20) << QVector<qint64>{20, 48, 48} << true;
-    QTest::newRow("first byte at the tenth look")
-        << QVector<qint64>{0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 3} << 11 << qint64(3) << QVector<qint64>{3, 3} << true;
+    QTest::newRow("first byte at the tenth look") << QVector<qint64>{0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 3} << 11
+                                                  << qint64(3) << QVector<qint64>{3, 3} << true;
     QTest::newRow("keeps growing through all settling tries")
         << QVector<qint64>{10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 100, 100} << 10 << qint64(10)
         << QVector<qint64>{10, 20, 30, 40, 50, 60, 70, 80, 90, 100} << false;
@@ -404,11 +411,11 @@ void TestLinkFrames::portChoices_data()
     QTest::newRow("simulated port appended and selected")
         << QStringList{"ttyS0", "ttyUSB0"} << QStringList{"/dev/pts/7"}
         << QStringList{"ttyS0", "ttyUSB0", "/dev/pts/7"} << 2;
-    QTest::newRow("only a simulated port") << QStringList() << QStringList{"/dev/pts/3"}
-                                           << QStringList{"/dev/pts/3"} << 0;
+    QTest::newRow("only a simulated port")
+        << QStringList() << QStringList{"/dev/pts/3"} << QStringList{"/dev/pts/3"} << 0;
     QTest::newRow("simulated port already listed")
-        << QStringList{"/dev/pts/3", "ttyS0"} << QStringList{"/dev/pts/3"} << QStringList{"/dev/pts/3", "ttyS0"}
-        << 0;
+        << QStringList{"/dev/pts/3", "ttyS0"} << QStringList{"/dev/pts/3"}
+        << QStringList{"/dev/pts/3", "ttyS0"} << 0;
     QTest::newRow("two simulated ports: the first selected")
         << QStringList{"ttyS0"} << QStringList{"/dev/pts/3", "/dev/pts/4"}
         << QStringList{"ttyS0", "/dev/pts/3", "/dev/pts/4"} << 1;
