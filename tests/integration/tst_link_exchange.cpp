@@ -126,6 +126,8 @@ private slots:
     void channelVariantFirstBytePause();
     void answersAreCollectedWhole_data();
     void answersAreCollectedWhole();
+    void configurationReadThroughItsButton_data();
+    void configurationReadThroughItsButton();
     void growingAnswerIsTakenAsItStands();
     void noiseBeforeTheAnswer_data();
     void noiseBeforeTheAnswer();
@@ -493,6 +495,37 @@ void TestLinkExchange::answersAreCollectedWhole()
     QVERIFY(log.contains(QStringLiteral("Конец waitBeyondWriting")));
     QVERIFY(log.contains(QStringLiteral("Поступили новые данные")));
     QVERIFY(log.contains("dataAnswer " + answer.toHex(' ')));
+}
+
+void TestLinkExchange::configurationReadThroughItsButton_data()
+{
+    QTest::addColumn<bool>("silent");
+    QTest::addColumn<int>("minMs");
+    QTest::addColumn<int>("maxMs");
+    QTest::newRow("48-byte answer at 2400 baud") << false << 360 << 1000;
+    QTest::newRow("silent device") << true << 1850 << 2600;
+}
+
+void TestLinkExchange::configurationReadThroughItsButton()
+{
+    QFETCH(bool, silent);
+    QFETCH(int, minMs);
+    QFETCH(int, maxMs);
+    m_fx->w<QLineEdit>("lineEdit_oneAddress")->setText(QString::number(kAddress));
+    if (silent)
+        m_fx->sim().setFault(Fault::Silence);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    m_fx->w<QAbstractButton>("pushButton_readZorvaConfig")->click();
+    const qint64 ms = elapsed.elapsed();
+    qInfo("%s: the configuration read took %lld ms", QTest::currentDataTag(), ms);
+
+    QVERIFY2(ms >= minMs && ms < maxMs, qPrintable(QString::number(ms)));
+    QCOMPARE(m_fx->sim().requests(), QList<QByteArray>{informationRequest()});
+    QCOMPARE(m_fx->boxes().texts(), silent ? QStringList{QStringLiteral("Нет ответа")} : QStringList());
+    QCOMPARE(m_fx->w<QLineEdit>("lineEdit_SerialNumber")->text(),
+             silent ? QString() : QStringLiteral("12345678"));
+    QVERIFY(m_fx->log().contains(QStringLiteral("Конец waitBeyondWriting")));
 }
 
 void TestLinkExchange::growingAnswerIsTakenAsItStands()
