@@ -121,19 +121,20 @@ void TestServerLink::filledBufferOnTheWire()
     const QByteArray buffer =
         QByteArray::fromHex("681B1B6808017207201800E61E35074C0000000C78072018000C16690200009616") + '\0';
     const QByteArray body = upload::body(buffer);
+    const QNetworkRequest built = upload::request(m_server->baseAddress(), body);
+    // As built, the length carries its CR LF CR LF; Qt writes its own Content-Length line instead.
+    QCOMPARE(built.rawHeader("Content-Length"), QByteArray::number(body.size()) + "\r\n\r\n");
     m_server->setResponse(RawHttpServer::okResponse(withCode("000")));
     QNetworkAccessManager manager;
-    std::unique_ptr<QNetworkReply> reply(manager.post(upload::request(m_server->baseAddress(), body), body));
+    std::unique_ptr<QNetworkReply> reply(manager.post(built, body));
     QTRY_COMPARE_WITH_TIMEOUT(m_server->requests().size(), 1, kBoxWaitMs);
 
     const RawRequest request = RawRequest::parse(m_server->requests().first());
     QCOMPARE(request.requestLine, QByteArray("POST /bin/velmora.cgi HTTP/1.1"));
     QCOMPARE(request.header("Content-type"), QByteArray("multipart/form-data; boundary=Config999"));
     QCOMPARE(request.header("Content-Length"), QByteArray::number(body.size()));
-    const QByteArray dataPart = QByteArrayLiteral("Content-Type: application/octet-stream\r\n\r\n") + buffer +
-                                QByteArrayLiteral("\r\n--Config999--");
-    QVERIFY(request.body.endsWith(dataPart));
-    QCOMPARE(request.body.size(), kEmptyDataBody.size() + buffer.size());
+    const int closing = int(qstrlen("\r\n--Config999--"));
+    QCOMPARE(request.body, kEmptyDataBody.chopped(closing) + buffer + kEmptyDataBody.right(closing));
 }
 
 void TestServerLink::baseWithoutTrailingSlash()

@@ -55,8 +55,6 @@ private slots:
     void serverErrorText();
     void replyMessage_data();
     void replyMessage();
-    void strictCode_data();
-    void strictCode();
 };
 
 void TestServerCodes::transcriptionCoversEveryCode()
@@ -158,28 +156,6 @@ void TestServerCodes::replyMessage()
     QFETCH(QString, message);
     QCOMPARE(server::codeText(body), codeText);
     QCOMPARE(server::replyMessage(body), message);
-}
-
-void TestServerCodes::strictCode_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("code"); // -1: no code
-    QTest::newRow("\"000\"") << replyWithCode("000") << 0;
-    QTest::newRow("\"139\"") << replyWithCode("139") << 139;
-    QTest::newRow("\"0\" and two non-digits") << replyWithCode("0ab") << -1;
-    QTest::newRow("\"-12\"") << replyWithCode("-12") << -1;
-    QTest::newRow("23 bytes") << QByteArray(21, 'x') + "00" << -1;
-    QTest::newRow("empty body") << QByteArray() << -1;
-}
-
-void TestServerCodes::strictCode()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(int, code);
-    const std::optional<int> parsed = server::strictCode(body);
-    QCOMPARE(parsed.has_value(), code >= 0);
-    if (parsed)
-        QCOMPARE(*parsed, code);
 }
 
 QTEST_GUILESS_MAIN(TestServerCodes)
