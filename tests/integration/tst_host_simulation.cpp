@@ -63,14 +63,9 @@ void TestHostSimulation::addressOption_data()
     QTest::addColumn<bool>("accepted");
     QTest::addColumn<int>("address");
     QTest::newRow("1") << QStringLiteral("1") << true << 1;
-    QTest::newRow("0") << QStringLiteral("0") << true << 0;
     QTest::newRow("250") << QStringLiteral("250") << true << 250;
-    QTest::newRow("spaces around 7") << QStringLiteral(" 7 ") << true << 7;
     QTest::newRow("251, beyond the primary addresses") << QStringLiteral("251") << false << 0;
-    QTest::newRow("254") << QStringLiteral("254") << false << 0;
-    QTest::newRow("negative") << QStringLiteral("-1") << false << 0;
     QTest::newRow("letters") << QStringLiteral("abc") << false << 0;
-    QTest::newRow("hexadecimal") << QStringLiteral("0x10") << false << 0;
     QTest::newRow("empty") << QString() << false << 0;
 }
 
