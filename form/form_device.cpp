@@ -1,6 +1,7 @@
 #include "form/form.h"
 #include "ui_form.h"
 
+#include "common/mbus_telegram_text.h"
 #include "common/message_boxes.h"
 #include "common/pause.h"
 #include "device/clock_codec.h"
@@ -515,10 +516,12 @@ void Form::on_pushButton_REQ_UD2_clicked()
     QByteArray telegram;
     for (const QByteArray &entry : vectorPortRead)
         telegram += entry;
-    if (telegram.isEmpty())
+    if (telegram.isEmpty()) {
         logLine2(tr("Нет ответа"));
-    else
-        logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(telegram.toHex(' ')));
+        return;
+    }
+    logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(telegram.toHex(' ')));
+    logLine2(telegramToRussianText(telegram));
 }
 
 void Form::on_pushButton_sendCommand_clicked()

@@ -275,6 +275,7 @@ void TestBusScanService::reqUd2()
     QVERIFY2(f.ready(), qPrintable(f.error()));
     f.w<QLineEdit>(QStringLiteral("lineEdit_oneAddress"))->setText(workingAddress);
     f.sim().setFault(fault);
+    f.sim().model().identification = 0x20261122;
     f.clearLogs();
     QElapsedTimer clock;
     clock.start();
@@ -293,6 +294,8 @@ void TestBusScanService::reqUd2()
         QVERIFY(f.sim().sent().size() > 20);
         QCOMPARE(lines.value(1),
                  QStringLiteral("answer.toHex() ") + QString::fromLatin1(f.sim().sent().toHex(' ')));
+        // Then the telegram in words.
+        QVERIFY2(lines.contains(QStringLiteral("Идентификационный номер: 20261122")), qPrintable(f.log2()));
     }
 }
 
