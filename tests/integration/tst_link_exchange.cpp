@@ -120,6 +120,7 @@ private slots:
     void closedPortSendsNothing();
     void writerLogsTheRequest();
     void repeatedConnectDoesNotDuplicate();
+    void deviceGoneWhilePortOpen();
 
     void silentDeviceEndsAfterTenPauses();
     void channelVariantFirstBytePause_data();
@@ -413,6 +414,25 @@ void TestLinkExchange::repeatedConnectDoesNotDuplicate()
     form().connectReader();
     QVERIFY(QObject::disconnect(form().port, SIGNAL(readyRead()), &form(), SLOT(on_portReadyRead())));
     QVERIFY(!QObject::disconnect(form().port, SIGNAL(readyRead()), &form(), SLOT(on_portReadyRead())));
+}
+
+void TestLinkExchange::deviceGoneWhilePortOpen()
+{
+    m_fx->sim().stop();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    completionExchange(frames::mbusShort(0x40, kAddress));
+    fixedPauseExchange(frames::registerRead(kAddress, kCounterRegister, 2), 300);
+    QVERIFY2(elapsed.elapsed() < 3500, qPrintable(QString::number(elapsed.elapsed())));
+    QVERIFY(form().vectorPortRead.isEmpty());
+    QVERIFY(m_fx->log().contains(QStringLiteral("Конец waitBeyondWriting")));
+
+    // Closing and opening again reports the lost device in the usual way.
+    auto *toggle = m_fx->w<QToolButton>("toolButton_openPort");
+    toggle->click();
+    QVERIFY(!form().port->isOpen());
+    toggle->click();
+    QCOMPARE(m_fx->boxes().texts(), QStringList{QStringLiteral("Не удалось открыть порт")});
 }
 
 void TestLinkExchange::silentDeviceEndsAfterTenPauses()
