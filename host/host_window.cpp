@@ -3,6 +3,8 @@
 #include "sdk/module_interface.h"
 
 #include <QDebug>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QLabel>
 #include <QProgressBar>
 #include <QStatusBar>
@@ -20,7 +22,8 @@ HostWindow::HostWindow(QWidget *parent)
     statusBar()->addPermanentWidget(m_busyIndicator);
     m_busyLabel->hide();
     m_busyIndicator->hide();
-    resize(1360, 900);
+    if (const QScreen *screen = QGuiApplication::primaryScreen())
+        resize(screen->availableGeometry().size());
 }
 
 bool HostWindow::addModule(module::Interface *module, QObject *moduleObject)

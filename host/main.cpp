@@ -2,6 +2,7 @@
 // module the table of loaded modules and shows its page.
 
 #include "host/device_simulation.h"
+#include "host/host_options.h"
 #include "host/host_window.h"
 #include "host/module_registry.h"
 #include "host/server_emulation.h"
@@ -14,52 +15,46 @@
 #include <QSettings>
 #include <cstdio>
 
+namespace {
+
+QDir installRoot()
+{
+    return QDir(QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("..")));
+}
+
+} // namespace
+
 int main(int argc, char *argv[])
 {
+    // Help is printed without a display: no GUI application is needed for it.
+    if (HostOptions::onlyAsksForHelp(argc, argv)) {
+        QCoreApplication app(argc, argv);
+        HostOptions options(installRoot(), QString());
+        options.parser.process(app);
+        return 0;
+    }
+
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("velmora"));
     QApplication::setApplicationName(QStringLiteral("zorva-host"));
 
-    const QDir root(QDir(QApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("..")));
+    const QDir root = installRoot();
     QSettings settings;
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Standalone host for the ZORVA M-Bus configurator module."));
-    parser.addHelpOption();
-    const QCommandLineOption modulesOption(QStringList{QStringLiteral("m"), QStringLiteral("modules")},
-                                           QStringLiteral("Folder with the modules to load."),
-                                           QStringLiteral("dir"),
-                                           settings.value(QStringLiteral("modulesDir"),
-                                                          root.absoluteFilePath(QStringLiteral("modules")))
-                                               .toString());
-    const QCommandLineOption serverOption(QStringLiteral("server"),
-                                          QStringLiteral("Base address of the metering server (remembered)."),
-                                          QStringLiteral("url"));
-    const QCommandLineOption simulateOption(
-        QStringLiteral("simulate"),
-        QStringLiteral("Run a simulated ZORVA device and, unless --server or VELMORA_SERVER_URL names one, a "
-                       "local metering server."));
-    parser.addOption(modulesOption);
-    parser.addOption(serverOption);
-    parser.addOption(simulateOption);
-    const QCommandLineOption simAddressOption(
-        QStringLiteral("sim-address"), QStringLiteral("Primary address of the simulated device, 0..250."),
-        QStringLiteral("address"), QStringLiteral("1"));
-    parser.addOption(simAddressOption);
+    HostOptions options(root, settings.value(QStringLiteral("modulesDir")).toString());
+    QCommandLineParser &parser = options.parser;
     parser.process(app);
     quint8 simulatedAddress = 0;
-    if (!DeviceSimulation::parseAddress(parser.value(simAddressOption), &simulatedAddress)) {
+    if (!DeviceSimulation::parseAddress(parser.value(options.simAddress), &simulatedAddress)) {
         std::fprintf(stderr, "--sim-address: a primary address 0..250 is expected, not \"%s\"\n",
-                     qPrintable(parser.value(simAddressOption)));
+                     qPrintable(parser.value(options.simAddress)));
         return 2;
     }
 
-    if (parser.isSet(serverOption))
-        settings.setValue(QStringLiteral("serverUrl"), parser.value(serverOption));
+    if (parser.isSet(options.server))
+        settings.setValue(QStringLiteral("serverUrl"), parser.value(options.server));
 
     ServerEmulation serverEmulation;
-    if (parser.isSet(simulateOption) && !parser.isSet(serverOption) &&
+    if (parser.isSet(options.simulate) && !parser.isSet(options.server) &&
         qEnvironmentVariableIsEmpty("VELMORA_SERVER_URL")) {
         QString error;
         if (serverEmulation.start(&error))
@@ -73,7 +68,7 @@ int main(int argc, char *argv[])
 
     // Started before the module pages, whose port lists then offer and preselect its port.
     DeviceSimulation deviceSimulation;
-    if (parser.isSet(simulateOption)) {
+    if (parser.isSet(options.simulate)) {
         QString error;
         if (deviceSimulation.start(simulatedAddress, &error))
             std::fprintf(stderr, "Simulated ZORVA at address %u on %s\n", unsigned(simulatedAddress),
@@ -85,7 +80,7 @@ int main(int argc, char *argv[])
     ModuleRegistry cores;
     cores.loadFolder(root.absoluteFilePath(QStringLiteral("core")));
     ModuleRegistry modules;
-    modules.loadFolder(parser.value(modulesOption));
+    modules.loadFolder(parser.value(options.modules));
     for (const QString &error : cores.errors() + modules.errors())
         std::fprintf(stderr, "%s\n", qPrintable(error));
 
@@ -106,9 +101,9 @@ int main(int argc, char *argv[])
     }
     if (pages == 0) {
         std::fprintf(stderr, "No module page could be opened from %s\n",
-                     qPrintable(parser.value(modulesOption)));
+                     qPrintable(parser.value(options.modules)));
         return 1;
     }
-    window.show();
+    window.showMaximized();
     return app.exec();
 }
