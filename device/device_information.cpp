@@ -11,9 +11,6 @@ namespace device
 namespace
 {
 
-constexpr quint8 kSndUd = 0x53;
-constexpr quint8 kCiCommand = 0x51;
-constexpr quint8 kReadConfiguration = 0x7F;
 constexpr quint8 kRspUd = 0x08;
 constexpr quint8 kAnswerLength = 0x2A;
 constexpr quint8 kHeader[] = {frames::kLongStart, kAnswerLength, kAnswerLength, frames::kLongStart, kRspUd};
@@ -39,11 +36,6 @@ constexpr VersionChannels kVersionChannels[] = {
     {"0310", "0410", 2}, {"0300", "0400", 4}, {"0320", "0420", 10}, {"0330", "0430", 16}};
 
 } // namespace
-
-QByteArray informationRequest(quint8 address)
-{
-    return frames::mbusLong(kSndUd, address, kCiCommand, QByteArray("\x7F\x00", 2));
-}
 
 InformationCheck checkInformationAnswer(const QByteArray &answer)
 {

@@ -1,10 +1,6 @@
 #pragma once
 
-// The read-configuration exchange.
-//
-// Request (SND_UD): 68 05 05 68 53 A 51 7F 00 CS 16
-//
-// Answer, exactly 48 bytes (RSP_UD):
+// The read-configuration answer (the request is informationRequest()), exactly 48 bytes (RSP_UD):
 //   [0..4]   68 2A 2A 68 08
 //   [5] A    [6] CI
 //   [7..10]  identification number, BCD, least significant pair first
@@ -28,8 +24,6 @@ namespace device
 {
 
 constexpr int kInformationAnswerBytes = 48;
-
-QByteArray informationRequest(quint8 address);
 
 // The checks run in this order; the first failing one is reported.
 enum class InformationFault { None, WrongLength, WrongChecksum, WrongHeader };

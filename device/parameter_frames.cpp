@@ -12,6 +12,7 @@ constexpr quint8 kSndUdIdentification = 0x73;
 constexpr quint8 kSndNke = 0x40;
 constexpr quint8 kReqUd2 = 0x7B;
 constexpr quint8 kCiCommand = 0x51;
+constexpr quint8 kReadConfiguration = 0x7F;
 
 QByteArray bytes(std::initializer_list<quint8> values)
 {
@@ -21,6 +22,11 @@ QByteArray bytes(std::initializer_list<quint8> values)
     return out;
 }
 } // namespace
+
+QByteArray informationRequest(quint8 address)
+{
+    return frames::mbusLong(kSndUd, address, kCiCommand, bytes({kReadConfiguration, 0x00}));
+}
 
 QByteArray setAddressFrame(quint8 address, quint8 newAddress)
 {

@@ -2,6 +2,7 @@
 
 // Frames of the device-settings commands. All M-Bus; L counts C, A, CI and the data.
 //
+//   read configuration 68 05 05 68 53 A  51 7F 00           CS 16
 //   set bus address    68 06 06 68 53 A  51 01 7A new       CS 16
 //   identification     68 09 09 68 73 FE 51 0C 79 b0 b1 b2 b3 CS 16   (b0 least significant pair)
 //   speed              68 03 03 68 53 A  code               CS 16   (the code stands as the CI field)
@@ -21,7 +22,6 @@
 namespace device
 {
 
-constexpr quint8 kAck = 0xE5;
 constexpr quint8 kPointToPointAddress = 0xFE;
 constexpr quint8 kAlwaysListedAddress = 254;
 constexpr quint16 kAddressRegister = 5;
@@ -29,6 +29,7 @@ constexpr quint16 kSpeedRegister = 6;
 constexpr quint16 kOneRegister = 1;
 constexpr int kOneRegisterValueOffset = 4;
 
+QByteArray informationRequest(quint8 address);
 QByteArray setAddressFrame(quint8 address, quint8 newAddress);
 // Needs the four identification bytes (identificationBytes() or the all-FF preparation bytes).
 QByteArray identificationFrame(const QByteArray &fourBytes);

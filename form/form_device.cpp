@@ -77,7 +77,7 @@ QByteArray Form::readRegistersAfterPause(quint16 reg, quint16 count, int pauseMs
 bool Form::firstAnswerIsAck() const
 {
     return !vectorPortRead.isEmpty() && !vectorPortRead.first().isEmpty() &&
-           quint8(vectorPortRead.first().at(0)) == device::kAck;
+           quint8(vectorPortRead.first().at(0)) == frames::kAck;
 }
 
 void Form::showDeviceClock(const QDate &date, const QTime &time)
