@@ -1,5 +1,6 @@
 #include "device/device_information.h"
 
+#include "common/mbus_telegram.h"
 #include "device/identification.h"
 #include "link/frames.h"
 
@@ -84,7 +85,7 @@ DeviceInformation decodeInformationAnswer(const QByteArray &answer)
     DeviceInformation info{};
     info.identification = identificationText(answer.mid(7, 4));
     info.manufacturerCode = static_cast<quint16>(byteAt(answer, 11) | byteAt(answer, 12) << 8);
-    info.manufacturer = manufacturerLetters(info.manufacturerCode);
+    info.manufacturer = mbus::manufacturerLetters(info.manufacturerCode);
     info.mbusVersion = byteAt(answer, 13);
     info.softwareVersion = hexPair(answer, 23, 22);
     info.softwareCode = hexPair(answer, 28, 27);

@@ -24,12 +24,4 @@ QString identificationText(const QByteArray &fourBytes)
     return text;
 }
 
-QString manufacturerLetters(quint16 code)
-{
-    QString letters;
-    for (int shift : {10, 5, 0})
-        letters += QChar(((code >> shift) & 31) + 64);
-    return letters;
-}
-
 } // namespace device

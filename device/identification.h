@@ -1,11 +1,8 @@
 #pragma once
 
-// Identity fields of an M-Bus device header.
-//
-// Identification number: four bytes of packed BCD, least significant pair first.
+// The identification number of an M-Bus device header: four bytes of packed BCD, least
+// significant pair first.
 //   number 10203040  <->  bytes 40 30 20 10
-// Manufacturer code: 16 bits, low byte first; three letters of five bits each, 'A' = 1:
-//   m = (L1 - 64) * 1024 + (L2 - 64) * 32 + (L3 - 64)
 
 #include <QByteArray>
 #include <QString>
@@ -23,8 +20,5 @@ QByteArray identificationBytes(quint32 number);
 // The eight hex digits of four identification bytes, most significant pair first, leading zeros
 // kept; bytes that are not BCD show as their hex digits. An empty string unless exactly four bytes.
 QString identificationText(const QByteArray &fourBytes);
-
-// The three letters of a manufacturer code.
-QString manufacturerLetters(quint16 code);
 
 } // namespace device

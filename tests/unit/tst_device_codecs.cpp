@@ -1,3 +1,4 @@
+#include "common/mbus_telegram.h"
 #include "device/clock_codec.h"
 #include "device/device_information.h"
 #include "device/identification.h"
@@ -195,7 +196,7 @@ void TestDeviceCodecs::identityFieldsOfCapturedTelegrams()
     expected = QString(8 - expected.size(), QLatin1Char('0')) + expected;
     QCOMPARE(text, expected);
     const quint16 code = static_cast<quint16>(quint8(telegram.at(11)) | quint8(telegram.at(12)) << 8);
-    QCOMPARE(device::manufacturerLetters(code), manufacturer);
+    QCOMPARE(mbus::manufacturerLetters(code), manufacturer);
     QCOMPARE(int(quint8(telegram.at(13))), version);
 }
 
