@@ -226,8 +226,9 @@ private:
     bool writePacket();
     // Completion pattern; true when an answer arrived.
     bool exchangeWithCompletion(const QByteArray &request);
-    // Fixed-pause register read at the working address; the answer with split entries joined.
-    QByteArray readRegistersAfterPause(quint16 reg, quint16 count, int pauseMs);
+    // Fixed-pause register read at the working address; the answer with split entries joined, or
+    // nothing after "Ошибка чтения данных" when it is missing or faulty.
+    QByteArray readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs);
     bool firstAnswerIsAck() const;
     // Shows the device's wall-clock fields in dateTimeEdit as they are, whatever the PC's zone.
     void showDeviceClock(const QDate &date, const QTime &time);

@@ -64,14 +64,18 @@ bool Form::exchangeWithCompletion(const QByteArray &request)
     return !vectorPortRead.isEmpty();
 }
 
-QByteArray Form::readRegistersAfterPause(quint16 reg, quint16 count, int pauseMs)
+QByteArray Form::readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs)
 {
     connectReader();
     packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
     writePacket();
     nonBlockingPause(pauseMs);
     disconnectReader();
-    return device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
+    const QByteArray answer = device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
+    if (device::checkRegisterReadAnswer(answer, count) == device::RegisterAnswerFault::None)
+        return answer;
+    showErrorBox(tr("Ошибка чтения данных"), this);
+    return {};
 }
 
 bool Form::firstAnswerIsAck() const
@@ -207,12 +211,9 @@ void Form::on_pushButton_DateRead_clicked()
     if (!portIsOpenOrWarn())
         return;
     const QByteArray answer =
-        readRegistersAfterPause(device::kClockRegister, device::kClockRegisterCount, kClockReadPauseMs);
-    if (device::checkRegisterReadAnswer(answer, device::kClockRegisterCount) !=
-        device::RegisterAnswerFault::None) {
-        showErrorBox(tr("Ошибка чтения данных"), this);
+        readRegistersOrWarn(device::kClockRegister, device::kClockRegisterCount, kClockReadPauseMs);
+    if (answer.isEmpty())
         return;
-    }
     logLine(QStringLiteral("vectorPortRead.size"), QString::number(vectorPortRead.size()));
     logLine(QStringLiteral("vectorPortRead"), hexOf(answer));
     logLine(QStringLiteral("vectorPortRead->at(0)"), QString::fromLatin1(vectorPortRead.first().toHex(' ')));
@@ -271,11 +272,9 @@ void Form::on_pushButton_ReadCurrentNetAddress_clicked()
         return;
     ui->lineEdit_CurrentNetAddress->clear();
     const QByteArray answer =
-        readRegistersAfterPause(device::kAddressRegister, device::kOneRegister, kRegisterReadPauseMs);
-    if (device::checkRegisterReadAnswer(answer, device::kOneRegister) != device::RegisterAnswerFault::None) {
-        showErrorBox(tr("Ошибка чтения данных"), this);
+        readRegistersOrWarn(device::kAddressRegister, device::kOneRegister, kRegisterReadPauseMs);
+    if (answer.isEmpty())
         return;
-    }
     const quint8 address = quint8(answer.at(device::kOneRegisterValueOffset));
     ui->lineEdit_CurrentNetAddress->setText(QString::number(address));
     logLine(QStringLiteral("vectorPortRead"), QString::number(vectorPortRead.size()));
@@ -351,11 +350,9 @@ void Form::on_pushButton_readRate_clicked()
     if (!portIsOpenOrWarn())
         return;
     const QByteArray answer =
-        readRegistersAfterPause(device::kSpeedRegister, device::kOneRegister, kRegisterReadPauseMs);
-    if (device::checkRegisterReadAnswer(answer, device::kOneRegister) != device::RegisterAnswerFault::None) {
-        showErrorBox(tr("Ошибка чтения данных"), this);
+        readRegistersOrWarn(device::kSpeedRegister, device::kOneRegister, kRegisterReadPauseMs);
+    if (answer.isEmpty())
         return;
-    }
     const int index = quint8(answer.at(device::kOneRegisterValueOffset));
     const QString text = index < ui->comboBox_selectRate->count()
                              ? ui->comboBox_selectRate->itemText(index)
