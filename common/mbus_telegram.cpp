@@ -1116,33 +1116,6 @@ QString recordFunctionDescription(RecordFunction function)
     return QString();
 }
 
-QString applicationErrorDescription(bool hasCode, quint8 code)
-{
-    if (!hasCode)
-        return QStringLiteral("Unspecified error");
-    switch (code) {
-    case 0x00:
-        return QStringLiteral("Unspecified error");
-    case 0x01:
-        return QStringLiteral("Unimplemented CI-Field");
-    case 0x02:
-        return QStringLiteral("Buffer too long, truncated");
-    case 0x03:
-        return QStringLiteral("Too many records");
-    case 0x04:
-        return QStringLiteral("Premature end of record");
-    case 0x05:
-        return QStringLiteral("More than 10 DIFE\u00B4s");
-    case 0x06:
-        return QStringLiteral("More than 10 VIFE\u00B4s");
-    case 0x08:
-        return QStringLiteral("Application busy");
-    case 0x09:
-        return QStringLiteral("Too many readouts");
-    }
-    return QStringLiteral("Reserved (") + hexCode(code, 2) + QLatin1Char(')');
-}
-
 QString telegramErrorText(TelegramError error)
 {
     return TelegramTexts::errorText(error);

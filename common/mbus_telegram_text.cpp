@@ -21,7 +21,6 @@ public:
     static QString baseUnitName(BaseUnit unit);
     static QString functionName(RecordFunction function);
     static QString vifeNote(quint8 code);
-    static QString applicationError(bool hasCode, quint8 code);
     static QString valueText(const DataRecord &record);
     static QString record(const DataRecord &record);
     static QString telegram(const Telegram &telegram);
@@ -328,33 +327,6 @@ QString TelegramText::vifeNote(quint8 code)
     return tr("VIFE %1").arg(hexCode(code, 2));
 }
 
-QString TelegramText::applicationError(bool hasCode, quint8 code)
-{
-    if (!hasCode)
-        return tr("Неуказанная ошибка");
-    switch (code) {
-    case 0x00:
-        return tr("Неуказанная ошибка");
-    case 0x01:
-        return tr("Поле CI не поддерживается");
-    case 0x02:
-        return tr("Буфер слишком длинный, ответ усечен");
-    case 0x03:
-        return tr("Слишком много записей");
-    case 0x04:
-        return tr("Преждевременный конец записи");
-    case 0x05:
-        return tr("Более 10 байтов DIFE");
-    case 0x06:
-        return tr("Более 10 байтов VIFE");
-    case 0x08:
-        return tr("Приложение занято");
-    case 0x09:
-        return tr("Слишком много считываний");
-    }
-    return tr("Зарезервированный код ошибки %1").arg(hexCode(code, 2));
-}
-
 QString TelegramText::valueText(const DataRecord &record)
 {
     switch (record.type) {
@@ -441,7 +413,7 @@ QString TelegramText::telegram(const Telegram &telegram)
                  .arg(hexCode(header.control, 2), hexCode(header.ci, 2));
     if (telegram.kind == TelegramKind::ApplicationError) {
         lines << tr("Ошибка прибора: %1")
-                     .arg(applicationError(telegram.hasErrorCode, telegram.applicationError));
+                     .arg(applicationErrorText(telegram.hasErrorCode, telegram.applicationError));
         return lines.join(QLatin1Char('\n'));
     }
     const bool fixed = telegram.kind == TelegramKind::FixedData;
@@ -502,9 +474,4 @@ QString telegramText(const Telegram &telegram)
 QString recordText(const DataRecord &record)
 {
     return TelegramText::record(record);
-}
-
-QString applicationErrorText(bool hasCode, quint8 code)
-{
-    return TelegramText::applicationError(hasCode, code);
 }
