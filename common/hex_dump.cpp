@@ -2,7 +2,7 @@
 
 #include <QRegularExpression>
 
-bool parseHexDump(const QString &text, QByteArray *bytes, int *badToken)
+bool parseHexDump(const QString &text, QByteArray *bytes, HexDumpFault *fault)
 {
     static const QRegularExpression kWhitespace(QStringLiteral("\\s+"));
     static const QRegularExpression kHexPairs(QStringLiteral("^(?:[0-9A-Fa-f]{2})+$"));
@@ -10,8 +10,8 @@ bool parseHexDump(const QString &text, QByteArray *bytes, int *badToken)
     QByteArray result;
     for (int i = 0; i < tokens.size(); ++i) {
         if (!kHexPairs.match(tokens.at(i)).hasMatch()) {
-            if (badToken)
-                *badToken = i;
+            if (fault)
+                *fault = {i, tokens.at(i)};
             return false;
         }
         result.append(QByteArray::fromHex(tokens.at(i).toLatin1()));

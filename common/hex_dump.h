@@ -6,9 +6,15 @@
 #include <QByteArray>
 #include <QString>
 
+// A token that is not a run of hex digit pairs.
+struct HexDumpFault {
+    int index = -1; // from 0
+    QString token;
+};
+
 // Reads every token as a run of digit pairs. Fails on a non-hex character or a token with an odd
-// number of digits; `badToken` then receives the token's index (from 0).
-bool parseHexDump(const QString &text, QByteArray *bytes, int *badToken = nullptr);
+// number of digits, which `fault` then receives.
+bool parseHexDump(const QString &text, QByteArray *bytes, HexDumpFault *fault = nullptr);
 
 // "68 1B 1B 68": upper case, one space between bytes.
 QString hexDump(const QByteArray &bytes);

@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QJsonDocument>
-#include <QRegularExpression>
 #include <cstdio>
 
 namespace
@@ -79,14 +78,12 @@ int main(int argc, char *argv[])
         return kBadInput;
     const QString text = QString::fromLatin1(input);
     QByteArray bytes;
-    int badToken = -1;
-    if (!parseHexDump(text, &bytes, &badToken)) {
-        const QString token =
-            text.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts).value(badToken);
+    HexDumpFault fault;
+    if (!parseHexDump(text, &bytes, &fault)) {
         print(stderr, trDecode("Неверные шестнадцатеричные данные: \"%1\" (группа %2). Ожидаются пары "
                                "шестнадцатеричных цифр.")
-                          .arg(token)
-                          .arg(badToken + 1));
+                          .arg(fault.token)
+                          .arg(fault.index + 1));
         return kBadInput;
     }
     if (bytes.isEmpty()) {
