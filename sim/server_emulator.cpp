@@ -6,7 +6,9 @@
 #include <atomic>
 #include <httplib.h>
 #include <mutex>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -17,7 +19,6 @@ constexpr char kContentLength[] = "Content-Length";
 constexpr char kSetAsideContentType[] = "X-Upload-Content-Type";
 constexpr time_t kKeepAliveSeconds = 1;
 constexpr time_t kReadTimeoutSeconds = 3;
-constexpr int kStartWaitMs = 5000;
 
 QByteArray headerOf(const httplib::Request &request, const char *name)
 {
@@ -45,12 +46,57 @@ void answer(httplib::Response &response, emulator::Result result)
     response.set_content(body.constData(), size_t(body.size()), kAnswerType);
 }
 
+// The library's own stop() does nothing until its accept loop has begun, and closes the listening
+// socket while the loop may still be about to use it. This server runs its loop on a thread of its
+// own and ends it in any state: the socket is shut down through a duplicate, which fails a pending
+// or coming accept at once, and closed only after the loop has returned.
+class LoopbackServer : public httplib::Server
+{
+public:
+    ~LoopbackServer() override { halt(); }
+
+    // Binds 127.0.0.1:port (0: a free port) and starts the loop; the bound port, or 0.
+    quint16 run(quint16 port)
+    {
+        const int bound =
+            port == 0 ? bind_to_any_port(kLoopback) : (bind_to_port(kLoopback, port) ? int(port) : -1);
+        if (bound <= 0)
+            return 0;
+        m_wake = ::dup(svr_sock_);
+        if (m_wake < 0) {
+            ::close(svr_sock_.exchange(INVALID_SOCKET));
+            return 0;
+        }
+        // The loop closes the socket itself only when accept fails on its own, and then returns false.
+        m_loop = std::thread([this] { m_loopClosedSocket = !listen_after_bind(); });
+        return quint16(bound);
+    }
+
+    bool running() const { return m_loop.joinable(); }
+
+    void halt()
+    {
+        if (!m_loop.joinable())
+            return;
+        const socket_t listening = svr_sock_.exchange(INVALID_SOCKET);
+        ::shutdown(m_wake, SHUT_RDWR);
+        m_loop.join();
+        ::close(m_wake);
+        if (!m_loopClosedSocket)
+            ::close(listening);
+    }
+
+private:
+    std::thread m_loop;
+    int m_wake = -1;
+    bool m_loopClosedSocket = false;
+};
+
 } // namespace
 
 struct ServerEmulator::Impl {
     Settings settings;
-    httplib::Server server;
-    std::thread thread;
+    LoopbackServer server;
     quint16 port = 0;
     std::atomic<quint64> uploadNumber{0};
 
@@ -97,11 +143,10 @@ struct ServerEmulator::Impl {
 
         // Header faults are answered before the body is read; the connection is then closed, since
         // its unread body cannot be told apart from a next request.
-        //
-        // A sound upload's Content-Type is moved aside, so that the library hands over the raw body
-        // instead of parsing the multipart itself: its parser insists on a CRLF after the closing
-        // delimiter, which the configurator (legitimately) never sends. The request object is the
-        // library's own mutable one, passed here as const.
+        // A sound upload's Content-Type is set aside so that the library keeps the raw body: its
+        // multipart parser, which a content receiver cannot bypass either, wants a CRLF after the
+        // closing delimiter, and the configurator sends none. The request is the library's own
+        // non-const object, handed to this handler as const.
         server.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
             if (request.path != emulator::kUploadScript || request.method != "POST")
                 return httplib::Server::HandlerResponse::Unhandled;
@@ -195,39 +240,24 @@ ServerEmulator::~ServerEmulator()
 
 bool ServerEmulator::start(quint16 port, QString *error)
 {
-    if (d->thread.joinable()) {
+    if (d->server.running()) {
         if (error)
             *error = QStringLiteral("the emulator is already running on port %1").arg(d->port);
         return false;
     }
-    const int bound = port == 0 ? d->server.bind_to_any_port(kLoopback)
-                                : (d->server.bind_to_port(kLoopback, port) ? int(port) : -1);
-    if (bound <= 0) {
+    const quint16 bound = d->server.run(port);
+    if (bound == 0) {
         if (error)
             *error = QStringLiteral("cannot listen on %1:%2").arg(QLatin1String(kLoopback)).arg(port);
         return false;
     }
-    d->port = quint16(bound);
-    d->thread = std::thread([this] { d->server.listen_after_bind(); });
-    // stop() only reaches a server that has entered its accept loop, so wait for it.
-    for (int waited = 0; !d->server.is_running() && waited < kStartWaitMs; ++waited)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    if (!d->server.is_running()) {
-        d->server.stop();
-        d->thread.join();
-        if (error)
-            *error = QStringLiteral("the server on port %1 did not start").arg(d->port);
-        return false;
-    }
+    d->port = bound;
     return true;
 }
 
 void ServerEmulator::stop()
 {
-    if (!d->thread.joinable())
-        return;
-    d->server.stop();
-    d->thread.join();
+    d->server.halt();
 }
 
 quint16 ServerEmulator::port() const

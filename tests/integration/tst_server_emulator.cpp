@@ -102,6 +102,7 @@ private slots:
     void bodyShorterThanAnnounced();
     void everyUploadKeptInItsOwnFile();
     void unwritableStorage();
+    void startAndStopAtOnce();
     void commandLine();
 
 private:
@@ -275,6 +276,29 @@ void TestServerEmulator::unwritableStorage()
         codeOf(exchange(emulator.port(), rawRequest("POST", "/bin/velmora.cgi", kMultipart, "auto", body))),
         61);
     QVERIFY(QFileInfo(blocker.fileName()).isFile());
+}
+
+// Whatever moment the accept loop has reached, stopping returns and the port is freed.
+void TestServerEmulator::startAndStopAtOnce()
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    ServerEmulator never({});
+    never.stop();
+    for (int i = 0; i < 50; ++i) {
+        ServerEmulator destroyed({});
+        QVERIFY(destroyed.start());
+        QVERIFY(!m_emulator->start());
+        m_emulator->stop();
+        m_emulator->stop();
+        QVERIFY(m_emulator->start());
+    }
+    QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
+    const QByteArray get = "GET /client.cgi HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+    QCOMPARE(codeOf(exchange(m_emulator->port(), get)), 25);
+    const quint16 port = m_emulator->port();
+    m_emulator->stop();
+    QCOMPARE(exchange(port, get), QByteArray());
 }
 
 void TestServerEmulator::commandLine()
