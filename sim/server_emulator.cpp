@@ -124,22 +124,8 @@ struct ServerEmulator::Impl {
         server.set_read_timeout(kReadTimeoutSeconds);
         server.set_payload_max_length(size_t(emulator::kMaxUploadBytes));
 
-        server.Post(exactPath(emulator::kLoginScript),
-                    [this](const httplib::Request &request, httplib::Response &response) {
-                        login(request, response);
-                    });
-        server.Get(exactPath(emulator::kLoginScript),
-                   [this](const httplib::Request &, httplib::Response &response) {
-                       finish(response, emulator::kLoginScript, {}, emulator::Result::GetForbidden);
-                   });
-        server.Post(exactPath(emulator::kUploadScript),
-                    [this](const httplib::Request &request, httplib::Response &response) {
-                        upload(request, response);
-                    });
-        server.Get(exactPath(emulator::kUploadScript),
-                   [this](const httplib::Request &, httplib::Response &response) {
-                       finish(response, emulator::kUploadScript, {}, emulator::Result::WrongMethod);
-                   });
+        routeScript(emulator::kLoginScript, &Impl::login, emulator::Result::GetForbidden);
+        routeScript(emulator::kUploadScript, &Impl::upload, emulator::Result::WrongMethod);
 
         // Header faults are answered before the body is read; the connection is then closed, since
         // its unread body cannot be told apart from a next request.
@@ -173,6 +159,20 @@ struct ServerEmulator::Impl {
                    emulator::judgeShortUpload(uploadContentType(request), headerOf(request, kContentLength)));
             return httplib::Server::HandlerResponse::Handled;
         }));
+    }
+
+    // POST runs the script; GET is answered with the script's refusal.
+    void routeScript(const char *script, void (Impl::*post)(const httplib::Request &, httplib::Response &),
+                     emulator::Result onGet)
+    {
+        server.Post(exactPath(script),
+                    [this, post](const httplib::Request &request, httplib::Response &response) {
+                        (this->*post)(request, response);
+                    });
+        server.Get(exactPath(script),
+                   [this, script, onGet](const httplib::Request &, httplib::Response &response) {
+                       finish(response, script, {}, onGet);
+                   });
     }
 
     static QByteArray uploadContentType(const httplib::Request &request)
