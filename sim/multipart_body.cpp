@@ -9,22 +9,28 @@ namespace {
 const QByteArray kCrLf = QByteArrayLiteral("\r\n");
 const QByteArray kHeaderEnd = QByteArrayLiteral("\r\n\r\n");
 
-// The value of name="..." in a Content-Disposition header, or null.
-QByteArray dispositionName(const QByteArray &value)
+// The unquoted value of a header parameter such as name="DATA" or boundary=B; null when absent.
+QByteArray parameterValue(const QByteArray &headerValue, const QByteArray &key)
 {
-    const QList<QByteArray> parameters = value.split(';');
-    if (parameters.isEmpty() || parameters.first().trimmed().toLower() != "form-data")
-        return {};
-    for (const QByteArray &parameter : parameters) {
+    const QByteArray prefix = key + '=';
+    for (const QByteArray &parameter : headerValue.split(';')) {
         const QByteArray trimmed = parameter.trimmed();
-        if (!trimmed.toLower().startsWith("name="))
+        if (!trimmed.toLower().startsWith(prefix))
             continue;
-        QByteArray name = trimmed.mid(5);
-        if (name.size() >= 2 && name.startsWith('"') && name.endsWith('"'))
-            name = name.mid(1, name.size() - 2);
-        return name.isNull() ? QByteArray("") : name;
+        QByteArray value = trimmed.mid(prefix.size());
+        if (value.size() >= 2 && value.startsWith('"') && value.endsWith('"'))
+            value = value.mid(1, value.size() - 2);
+        return value.isNull() ? QByteArray("") : value;
     }
     return {};
+}
+
+// The name of a form-data Content-Disposition header, or null.
+QByteArray dispositionName(const QByteArray &value)
+{
+    if (value.split(';').first().trimmed().toLower() != "form-data")
+        return {};
+    return parameterValue(value, "name");
 }
 
 bool parsePart(const QByteArray &raw, Part *part)
@@ -52,16 +58,7 @@ bool parsePart(const QByteArray &raw, Part *part)
 
 QByteArray boundaryOf(const QByteArray &contentType)
 {
-    for (const QByteArray &parameter : contentType.split(';')) {
-        const QByteArray trimmed = parameter.trimmed();
-        if (!trimmed.toLower().startsWith("boundary="))
-            continue;
-        QByteArray boundary = trimmed.mid(9);
-        if (boundary.size() >= 2 && boundary.startsWith('"') && boundary.endsWith('"'))
-            boundary = boundary.mid(1, boundary.size() - 2);
-        return boundary;
-    }
-    return {};
+    return parameterValue(contentType, "boundary");
 }
 
 Multipart parseMultipart(const QByteArray &body, const QByteArray &boundary)
