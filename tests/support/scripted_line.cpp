@@ -3,7 +3,6 @@
 #include "link/frames.h"
 
 #include <QSocketNotifier>
-#include <QTimer>
 
 namespace
 {
@@ -32,7 +31,7 @@ int requestLength(const QByteArray &bytes)
 }
 } // namespace
 
-ScriptedLine::ScriptedLine() = default;
+ScriptedLine::ScriptedLine(const QByteArray &answer) : m_answer(answer) {}
 
 ScriptedLine::~ScriptedLine()
 {
@@ -48,29 +47,12 @@ bool ScriptedLine::open(QString *error)
     return true;
 }
 
-void ScriptedLine::addAnswer(const QList<QByteArray> &pieces, int gapMs)
-{
-    m_script.append({pieces, gapMs});
-}
-
 void ScriptedLine::receive()
 {
     m_pending += m_pty.readAll();
     while (const int length = requestLength(m_pending)) {
         m_requests.append(m_pending.left(length));
         m_pending.remove(0, length);
-        if (!m_script.isEmpty()) {
-            const Answer next = m_script.takeFirst();
-            sendPieces(next.pieces, next.gapMs);
-        }
+        m_pty.write(m_answer);
     }
-}
-
-void ScriptedLine::sendPieces(QList<QByteArray> pieces, int gapMs)
-{
-    if (pieces.isEmpty())
-        return;
-    m_pty.write(pieces.takeFirst());
-    if (!pieces.isEmpty())
-        QTimer::singleShot(gapMs, this, [this, pieces, gapMs] { sendPieces(pieces, gapMs); });
 }

@@ -73,6 +73,7 @@ private slots:
         QTest::newRow("0310") << "0310" << 2;
         QTest::newRow("0400") << "0400" << 4;
         QTest::newRow("0320") << "0320" << 10;
+        QTest::newRow("0330") << "0330" << 16;
         QTest::newRow("0430") << "0430" << 16;
         QTest::newRow("upper-case 043A") << "043A" << 0;
         QTest::newRow("empty") << "" << 0;
