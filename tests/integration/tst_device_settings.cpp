@@ -70,6 +70,8 @@ void applyFields(FormOnSimulator &f, const Settings &settings)
             value.isEmpty() ? spin->findChild<QLineEdit *>()->clear() : spin->setValue(value.toInt());
         else if (auto *combo = qobject_cast<QComboBox *>(widget))
             combo->setCurrentText(value);
+        else if (auto *check = qobject_cast<QCheckBox *>(widget))
+            check->setChecked(it.value().toBool());
         else if (auto *clock = qobject_cast<QDateTimeEdit *>(widget))
             clock->setDateTime(
                 QDateTime(it.value().toDateTime().date(), it.value().toDateTime().time(), clock->timeSpec()));
@@ -87,6 +89,14 @@ QVariant shownBy(FormOnSimulator &f, const QString &key)
                                        {"model.speedCode", m.speedCode}};
     if (model.contains(key))
         return model.value(key);
+    if (key == QLatin1String("clock.aheadOfUtc")) { // the device's and the shown clock, to the minute
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        auto *edit = f.w<QDateTimeEdit>(QStringLiteral("dateTimeEdit"));
+        const QDateTime shown(edit->date(), edit->time(), Qt::UTC);
+        return QStringLiteral("%1 %2")
+            .arg(qRound(now.secsTo(m.clockUtc(now)) / 60.0) * 60)
+            .arg(qRound(now.secsTo(shown) / 60.0) * 60);
+    }
     if (key == QLatin1String("comboBox_ChannelNumber.items")) {
         auto *combo = f.w<QComboBox>(QStringLiteral("comboBox_ChannelNumber"));
         QStringList items;
@@ -94,12 +104,11 @@ QVariant shownBy(FormOnSimulator &f, const QString &key)
             items << combo->itemText(i);
         return items.join(QLatin1Char(','));
     }
-    QWidget *widget = f.w<QWidget>(key);
-    if (auto *edit = qobject_cast<QLineEdit *>(widget))
+    if (auto *edit = f.form().findChild<QLineEdit *>(key))
         return edit->text();
-    if (auto *combo = qobject_cast<QComboBox *>(widget))
+    if (auto *combo = f.form().findChild<QComboBox *>(key))
         return combo->currentText();
-    return qobject_cast<QDateTimeEdit *>(widget)->text();
+    return f.w<QDateTimeEdit>(key)->text();
 }
 
 } // namespace
@@ -112,8 +121,6 @@ private slots:
     void initTestCase() { QCOMPARE(QDateTime::currentDateTime().offsetFromUtc(), kPcUtcOffsetSecs); }
     void command_data();
     void command();
-    void clockSynchronisation_data();
-    void clockSynchronisation();
 };
 
 void TestDeviceSettings::command_data()
@@ -121,7 +128,7 @@ void TestDeviceSettings::command_data()
     QTest::addColumn<QString>("button");
     QTest::addColumn<Settings>("settings");
     QTest::addColumn<Fault>("fault");
-    QTest::addColumn<QString>("requests"); // frames in hex, space-separated
+    QTest::addColumn<QString>("requests"); // frames in hex, space-separated; * stands for varying bytes
     QTest::addColumn<QString>("box");
     QTest::addColumn<Settings>("shows");
 
@@ -242,6 +249,16 @@ void TestDeviceSettings::command_data()
                                    << Settings{{"model.reportDay", 25}};
     QTest::newRow("clock 15.11.2009 14:30:05, a Sunday")
         << dateWrite << typed2009 << Fault::None << clock2009 << QString() << Settings();
+    const std::initializer_list<std::tuple<const char *, bool, bool, const char *>> syncs{
+        {"with the PC: local time", true, false, "25200 25200"},
+        {"with UTC", false, true, "0 0"},
+        {"with both boxes: UTC wins", true, true, "0 0"}};
+    for (const auto &[name, withPc, withUtc, ahead] : syncs)
+        QTest::addRow("clock synchronised %s", name)
+            << dateWrite
+            << Settings{{"checkBox_SynchronizashionWithPC", withPc}, {"checkBox_SyncUTC", withUtc}}
+            << Fault::None << QStringLiteral("680b0b68530151066d*") << QString()
+            << Settings{{"clock.aheadOfUtc", ahead}};
     for (Fault fault : {Fault::Silence, Fault::ExceptionAnswer})
         QTest::addRow("clock write, %s", qPrintable(faultName(fault)))
             << dateWrite << typed2009 << fault << clock2009 << writeError << Settings();
@@ -305,47 +322,16 @@ void TestDeviceSettings::command()
 
     f.w<QAbstractButton>(button)->click();
 
-    QCOMPARE(hexOf(scripted ? line.requests() : f.sim().requests()), requests);
+    const QString sent = hexOf(scripted ? line.requests() : f.sim().requests());
+    if (requests.endsWith(QLatin1Char('*'))) // one frame, its bytes from this point on vary
+        QVERIFY2(sent.startsWith(requests.chopped(1)) && !sent.contains(QLatin1Char(' ')), qPrintable(sent));
+    else
+        QCOMPARE(sent, requests);
     if (requests.isEmpty())
         QCOMPARE(f.sim().received().toHex(' '), QByteArray());
     QCOMPARE(f.boxes().texts(), box.isEmpty() ? QStringList() : QStringList{box});
     for (auto it = shows.cbegin(); it != shows.cend(); ++it)
         QCOMPARE(shownBy(f, it.key()).toString(), it.value().toString());
-}
-
-void TestDeviceSettings::clockSynchronisation_data()
-{
-    QTest::addColumn<bool>("withPc");
-    QTest::addColumn<bool>("withUtc");
-    QTest::addColumn<int>("writtenOffsetSecs"); // the written fields, as seconds ahead of UTC
-    QTest::newRow("with the PC: local time") << true << false << kPcUtcOffsetSecs;
-    QTest::newRow("with UTC") << false << true << 0;
-    QTest::newRow("both boxes: UTC wins") << true << true << 0;
-}
-
-void TestDeviceSettings::clockSynchronisation()
-{
-    QFETCH(bool, withPc);
-    QFETCH(bool, withUtc);
-    QFETCH(int, writtenOffsetSecs);
-
-    FormOnSimulator f;
-    QVERIFY2(f.ready(), qPrintable(f.error()));
-    f.w<QLineEdit>(QStringLiteral("lineEdit_oneAddress"))->setText(QStringLiteral("1"));
-    f.w<QCheckBox>(QStringLiteral("checkBox_SynchronizashionWithPC"))->setChecked(withPc);
-    f.w<QCheckBox>(QStringLiteral("checkBox_SyncUTC"))->setChecked(withUtc);
-    auto *edit = f.w<QDateTimeEdit>(QStringLiteral("dateTimeEdit"));
-    edit->setDateTime(QDateTime(QDate(2009, 11, 15), QTime(14, 30, 5)));
-
-    f.w<QAbstractButton>(QStringLiteral("pushButton_DateWrite"))->click();
-
-    QCOMPARE(f.boxes().texts(), QStringList());
-    QCOMPARE(f.sim().requests().size(), 1);
-    const QDateTime expected = QDateTime::currentDateTimeUtc().addSecs(writtenOffsetSecs);
-    const QDateTime device = f.sim().model().clockUtc(QDateTime::currentDateTimeUtc());
-    QVERIFY2(qAbs(device.secsTo(expected)) <= 3, qPrintable(device.toString(Qt::ISODate)));
-    const QDateTime shown(edit->date(), edit->time(), Qt::UTC);
-    QVERIFY2(qAbs(shown.secsTo(expected)) <= 3, qPrintable(edit->text()));
 }
 
 int main(int argc, char *argv[])
