@@ -99,29 +99,30 @@ void TestAuthorization::submit_data()
     QTest::addColumn<QString>("loginSent"); // null: nothing reached the server
     const QString wrong = QStringLiteral("Неверное имя пользователя или пароль.");
     const QString success = QStringLiteral("Вход выполнен успешно");
+    const QString noLogin = QStringLiteral("Укажите логин");
+    const QString engineer = QStringLiteral("engineer");
+    const QString zorva = QStringLiteral("zorva");
+    const QString empty = QStringLiteral("");
     const QString null;
     const Server emulator = Server::Emulator;
     QTest::newRow("closed untouched") << null << null << emulator << null << false << null;
-    QTest::newRow("empty login") << ""
-                                 << "zorva" << emulator << "Укажите логин" << false << null;
-    QTest::newRow("empty password") << "engineer"
-                                    << "" << emulator << "Вы не указали пароль" << false << null;
-    QTest::newRow("both empty") << ""
-                                << "" << emulator << "Укажите логин" << false << null;
-    QTest::newRow("right login and password") << "engineer"
-                                              << "zorva" << emulator << success << true << "engineer";
-    QTest::newRow("spaces around both, trimmed") << "  engineer "
-                                                 << " zorva  " << emulator << success << true << "engineer";
-    QTest::newRow("wrong password, then closed") << "engineer"
-                                                 << "Zorva" << emulator << wrong << false << "engineer";
-    QTest::newRow("login of spaces, sent empty") << "   "
-                                                 << "zorva" << emulator << wrong << false << "";
-    QTest::newRow("no network service")
-        << "engineer"
-        << "zorva" << Server::NoNetworkService << "Core module not load" << false << null;
-    QTest::newRow("server down") << "engineer"
-                                 << "zorva" << Server::Down << "Ошибка связи с сервером: Connection refused"
-                                 << false << null;
+    QTest::newRow("empty login") << empty << zorva << emulator << noLogin << false << null;
+    QTest::newRow("empty password") << engineer << empty << emulator << QStringLiteral("Вы не указали пароль")
+                                    << false << null;
+    QTest::newRow("both empty") << empty << empty << emulator << noLogin << false << null;
+    QTest::newRow("right login and password") << engineer << zorva << emulator << success << true << engineer;
+    QTest::newRow("spaces around both, trimmed")
+        << QStringLiteral("  engineer ") << QStringLiteral(" zorva  ") << emulator << success << true
+        << engineer;
+    QTest::newRow("wrong password, then closed")
+        << engineer << QStringLiteral("Zorva") << emulator << wrong << false << engineer;
+    QTest::newRow("login of spaces, sent empty")
+        << QStringLiteral("   ") << zorva << emulator << wrong << false << empty;
+    QTest::newRow("no network service") << engineer << zorva << Server::NoNetworkService
+                                        << QStringLiteral("Core module not load") << false << null;
+    QTest::newRow("server down") << engineer << zorva << Server::Down
+                                 << QStringLiteral("Ошибка связи с сервером: Connection refused") << false
+                                 << null;
 }
 
 // Through the form's button: the dialog is submitted, then closed if still open.
