@@ -26,12 +26,22 @@ RawHttpServer::RawHttpServer(QObject *parent) : QObject(parent)
 
 bool RawHttpServer::listen()
 {
-    return m_server.listen(QHostAddress::LocalHost, 0);
+    if (!m_server.listen(QHostAddress::LocalHost, 0))
+        return false;
+    m_port = m_server.serverPort();
+    return true;
 }
 
 QString RawHttpServer::baseAddress() const
 {
-    return QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort());
+    return QStringLiteral("http://127.0.0.1:%1/").arg(m_port);
+}
+
+void RawHttpServer::setBehaviour(Behaviour behaviour)
+{
+    m_behaviour = behaviour;
+    if (behaviour == Behaviour::Refuse)
+        m_server.close();
 }
 
 QByteArray RawHttpServer::okResponse(const QByteArray &body)
@@ -68,6 +78,7 @@ void RawHttpServer::onReadyRead(QTcpSocket *socket)
         socket->disconnectFromHost();
         break;
     case Behaviour::Silent:
+    case Behaviour::Refuse:
         break;
     case Behaviour::CutOff:
         socket->write("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n<velmoraData><Result>000");

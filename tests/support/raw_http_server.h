@@ -19,15 +19,16 @@ public:
         Answer, // write the scripted response and close
         Silent, // read the request and never answer
         CutOff, // announce a longer body than is sent, then close
+        Refuse, // stop listening: connections are refused
     };
 
     explicit RawHttpServer(QObject *parent = nullptr);
 
     bool listen();
-    // "http://127.0.0.1:<port>/"
+    // "http://127.0.0.1:<port>/", also after Behaviour::Refuse has closed the port
     QString baseAddress() const;
 
-    void setBehaviour(Behaviour behaviour) { m_behaviour = behaviour; }
+    void setBehaviour(Behaviour behaviour);
     // The response written after each complete request (Behaviour::Answer).
     void setResponse(const QByteArray &response) { m_response = response; }
     static QByteArray okResponse(const QByteArray &body);
@@ -40,6 +41,7 @@ private:
     void onReadyRead(QTcpSocket *socket);
 
     QTcpServer m_server;
+    quint16 m_port = 0;
     Behaviour m_behaviour = Behaviour::Answer;
     QByteArray m_response;
     QHash<QTcpSocket *, QByteArray> m_pending;
