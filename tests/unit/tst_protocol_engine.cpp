@@ -2,7 +2,6 @@
 // answers are written out byte by byte from the documented layouts, never produced by the engine.
 
 #include "link/frames.h"
-#include "sim/data_records.h"
 #include "sim/device_model.h"
 #include "sim/fault.h"
 #include "sim/protocol_engine.h"
@@ -12,6 +11,8 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
+
+Q_DECLARE_METATYPE(Fault)
 
 namespace
 {
@@ -37,54 +38,44 @@ DeviceModel sampleDevice(quint16 softwareVersion = 0x0330)
 }
 
 // Bytes from the line through the request finder into the engine; the answers joined.
-QByteArray exchange(DeviceModel &model, const QByteArray &line, int *requests = nullptr)
+QByteArray exchange(DeviceModel &model, const QByteArray &line)
 {
     RequestAssembler assembler;
     ProtocolEngine engine(model);
     QByteArray answers;
-    const QList<RequestFrame> frames = assembler.feed(line);
-    for (const RequestFrame &frame : frames)
+    for (const RequestFrame &frame : assembler.feed(line))
         answers += engine.handle(frame, kSystemUtc).answer;
-    if (requests)
-        *requests = frames.size();
     return answers;
 }
 
-QString channelText(const ChannelState &c)
+// The device's state in words, every item ended by ";", e.g. "address 1; speed bb; ... counter 2 7;".
+QString stateText(const DeviceModel &m)
 {
-    return QStringLiteral(
-               "id %1 man %2 ver %3 medium %4 vif %5 value %6 weight %7 duration %8 appointment %9")
-        .arg(c.identification, 8, 16, QLatin1Char('0'))
-        .arg(c.manufacturer, 4, 16, QLatin1Char('0'))
-        .arg(c.version)
-        .arg(c.medium)
-        .arg(c.vif, 2, 16, QLatin1Char('0'))
-        .arg(static_cast<double>(c.value))
-        .arg(static_cast<double>(c.weight))
-        .arg(c.durationMs)
-        .arg(c.appointment);
-}
-
-QString field(const DeviceModel &m, const QString &name)
-{
-    if (name == "address")
-        return QString::number(m.address);
-    if (name == "speed")
-        return QString::number(m.speedCode, 16);
-    if (name == "identification")
-        return QString::number(m.identification, 16);
-    if (name == "report day")
-        return QString::number(m.reportDay);
-    if (name == "clock")
-        return m.clockUtc(kSystemUtc).toString(Qt::ISODate);
-    if (name == "journal clears")
-        return QString::number(m.journalClears);
-    if (name == "counter 2")
-        return QString::number(m.channels[1].counter, 16);
-    if (name.startsWith("channel "))
-        return channelText(m.channels[static_cast<size_t>(name.midRef(8).toInt() - 1)]);
-    qFatal("unknown field %s", qPrintable(name));
-    return {};
+    QString text = QStringLiteral("address %1; speed %2; identification %3; version %4; report day %5; "
+                                  "clock %6; journal clears %7;")
+                       .arg(m.address)
+                       .arg(m.speedCode, 0, 16)
+                       .arg(m.identification, 0, 16)
+                       .arg(m.softwareVersion, 4, 16, QLatin1Char('0'))
+                       .arg(m.reportDay)
+                       .arg(m.clockUtc(kSystemUtc).toString(Qt::ISODate))
+                       .arg(m.journalClears);
+    for (size_t k = 0; k < m.channels.size(); ++k) {
+        const ChannelState &c = m.channels[k];
+        text += QStringLiteral(" channel %1: id %2 man %3 ver %4 med %5 vif %6 val %7 wt %8 dur %9 app %10;")
+                    .arg(k + 1)
+                    .arg(c.identification, 8, 16, QLatin1Char('0'))
+                    .arg(c.manufacturer, 4, 16, QLatin1Char('0'))
+                    .arg(c.version)
+                    .arg(c.medium)
+                    .arg(c.vif, 2, 16, QLatin1Char('0'))
+                    .arg(static_cast<double>(c.value))
+                    .arg(static_cast<double>(c.weight))
+                    .arg(c.durationMs)
+                    .arg(c.appointment);
+        text += QStringLiteral(" counter %1 %2;").arg(k + 1).arg(c.counter, 0, 16);
+    }
+    return text;
 }
 
 } // namespace
@@ -106,13 +97,8 @@ private slots:
     void faults_data();
     void faults();
     void noiseNeverHoldsStartBytes();
-    void channelChains_data();
-    void channelChains();
-    void malformedRecordsAreRefused_data();
-    void malformedRecordsAreRefused();
-    void stateFileRoundTrip();
-    void badStateFileKeepsTheModel_data();
-    void badStateFileKeepsTheModel();
+    void stateFile_data();
+    void stateFile();
 };
 
 void TestProtocolEngine::answers_data()
@@ -132,8 +118,6 @@ void TestProtocolEngine::answers_data()
         << hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D051E0E2F1B00"
                "9116");
     QTest::newRow("information request, wrong sum") << v16 << hex("680505685301517F002516") << QByteArray();
-    QTest::newRow("information request to foreign address 2")
-        << v16 << hex("680505685302517F002516") << QByteArray();
     QTest::newRow("channel 1 configuration")
         << v16 << hex("680505685301517F012516")
         << hex("6830306808017201000010566A01070000000005130000204105FF1E0000803F02FF1D320001FF1F0101FD1700"
@@ -142,14 +126,10 @@ void TestProtocolEngine::answers_data()
     QTest::newRow("REQ_UD2, 2-channel device")
         << v2 << hex("107BFE7916")
         << hex("6826266808017278563412566A0100000000008440FD3A05000100848040FD3A07000000046D1E0E2F1BBA16");
-    QTest::newRow("REQ_UD2 broadcast") << v2 << hex("107BFF7A16") << QByteArray();
     QTest::newRow("clock registers 8, 9") << v16 << hex("01030008000245C9") << hex("010304106D4B0059DE");
     QTest::newRow("clock registers, flipped CRC bit") << v16 << hex("01030008000244C9") << QByteArray();
-    QTest::newRow("bus address register 5") << v16 << hex("010300050001940B") << hex("01030200017984");
-    QTest::newRow("speed register 6") << v16 << hex("010300060001640B") << hex("01030200017984");
     QTest::newRow("registers 5 and 6 at once") << v16 << hex("010300050002D40A") << hex("010304000100016A33");
     QTest::newRow("register 5 through 254") << v16 << hex("FE03000500018004") << hex("01030200017984");
-    QTest::newRow("clock registers, foreign address 5") << v16 << hex("050300080002444D") << QByteArray();
     QTest::newRow("channel 1 counter") << v16 << hex("010320000002CFCB") << hex("010304000500012BF2");
     QTest::newRow("channel 1 value 10") << v16 << hex("010320500002CFDA") << hex("01030400004120CBBB");
     QTest::newRow("channel 16 counter") << v16 << hex("0103201E0002AFCD") << hex("0103042800EE6BFFDC");
@@ -157,11 +137,19 @@ void TestProtocolEngine::answers_data()
         << v16 << hex("010320200002CE01") << hex("018302C0F1");
     QTest::newRow("register 7: unknown register") << v16 << hex("01030007000135CB") << hex("018302C0F1");
     QTest::newRow("count 0: bad value") << v16 << hex("01030005000055CB") << hex("0183030131");
-    QTest::newRow("journal clearing write")
-        << v16 << hex("0110000B0001020000A72B") << hex("0110000B0001700B");
     QTest::newRow("write to register 7") << v16 << hex("011000070001020000A7E7") << hex("019002CDC1");
     QTest::newRow("reset telegram") << v16 << hex("6804046873015011D516") << hex("E5");
     QTest::newRow("SND_UD with an unknown record") << v16 << hex("680505685301510000A716") << QByteArray();
+    // A malformed record after a good report-day record makes the whole SND_UD void.
+    const auto reportDayAnd = [](const char *records) {
+        return frames::mbusLong(0x53, 0x01, 0x51, hex("01FF1A19") + hex(records));
+    };
+    QTest::newRow("report day, then a value cut short") << v16 << reportDayAnd("04FD3A0102") << QByteArray();
+    QTest::newRow("report day, then DIFE without an end") << v16 << reportDayAnd("8480") << QByteArray();
+    QTest::newRow("report day, then VIF without an end") << v16 << reportDayAnd("04FD") << QByteArray();
+    QTest::newRow("report day, then eleven DIFE")
+        << v16 << reportDayAnd("848080808080808080808040FD3A01020304") << QByteArray();
+    QTest::newRow("report day, then variable-length data") << v16 << reportDayAnd("0D7801") << QByteArray();
 }
 
 void TestProtocolEngine::answers()
@@ -177,71 +165,54 @@ void TestProtocolEngine::writes_data()
 {
     QTest::addColumn<QByteArray>("request");
     QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("after"); // an item of the device's state afterwards
 
     const QByteArray e5 = hex("E5"), none;
-    QTest::newRow("bus address 7") << hex("68060668530151017A072716") << e5 << "address"
-                                   << "7";
-    QTest::newRow("bus address 251 refused") << hex("68060668530151017AFB1B16") << none << "address"
-                                             << "1";
-    QTest::newRow("bus address 7, broadcast") << hex("6806066853FF51017A072516") << none << "address"
-                                              << "7";
+    QTest::newRow("bus address 7") << hex("68060668530151017A072716") << e5 << "address 7";
+    QTest::newRow("bus address 251 refused") << hex("68060668530151017AFB1B16") << none << "address 1";
+    QTest::newRow("bus address 7, broadcast") << hex("6806066853FF51017A072516") << none << "address 7";
     QTest::newRow("identification all FF keeps the number")
-        << hex("6809096873FE510C79FFFFFFFF4316") << e5 << "identification"
-        << "12345678";
+        << hex("6809096873FE510C79FFFFFFFF4316") << e5 << "identification 12345678";
     QTest::newRow("identification 10203040")
-        << hex("6809096873FE510C7940302010E716") << e5 << "identification"
-        << "10203040";
+        << hex("6809096873FE510C7940302010E716") << e5 << "identification 10203040";
     QTest::newRow("identification with a non-BCD digit")
-        << hex("6809096873FE510C794A302010F116") << none << "identification"
-        << "12345678";
-    QTest::newRow("report day 25") << hex("6807076853015101FF1A19D816") << e5 << "report day"
-                                   << "25";
-    QTest::newRow("report day 0 refused") << hex("6807076853015101FF1A00BF16") << none << "report day"
-                                          << "1";
-    QTest::newRow("report day 32 refused") << hex("6807076853015101FF1A20DF16") << none << "report day"
-                                           << "1";
-    QTest::newRow("speed 9600") << hex("680303685301BD1116") << e5 << "speed"
-                                << "bd";
-    QTest::newRow("speed 19200 refused") << hex("680303685301BE1216") << none << "speed"
-                                         << "bb";
+        << hex("6809096873FE510C794A302010F116") << none << "identification 12345678";
+    QTest::newRow("report day 25") << hex("6807076853015101FF1A19D816") << e5 << "report day 25";
+    QTest::newRow("report day 0 refused") << hex("6807076853015101FF1A00BF16") << none << "report day 1";
+    QTest::newRow("report day 32 refused") << hex("6807076853015101FF1A20DF16") << none << "report day 1";
+    QTest::newRow("speed 9600") << hex("680303685301BD1116") << e5 << "speed bd";
+    QTest::newRow("speed 19200 refused") << hex("680303685301BE1216") << none << "speed bb";
     QTest::newRow("clock 15.11.2009 14:30:05, Sunday")
-        << hex("680B0B68530151066D051EEE2F1B007316") << e5 << "clock"
-        << "2009-11-15T14:30:05Z";
+        << hex("680B0B68530151066D051EEE2F1B007316") << e5 << "clock 2009-11-15T14:30:05Z";
     QTest::newRow("clock with month 13 refused")
-        << hex("680B0B68530151066D051EEE2F1D007516") << none << "clock"
-        << "2009-11-15T14:30:05Z";
+        << hex("680B0B68530151066D051EEE2F1D007516") << none << "clock 2009-11-15T14:30:05Z";
     QTest::newRow("journal clearing")
-        << hex("0110000B0001020000A72B") << hex("0110000B0001700B") << "journal clears"
-        << "1";
+        << hex("0110000B0001020000A72B") << hex("0110000B0001700B") << "journal clears 1";
     QTest::newRow("counter of channel 2 preset")
-        << hex("01102002000204234500013026") << hex("011020020002EBC8") << "counter 2"
-        << "12345";
+        << hex("01102002000204234500013026") << hex("011020020002EBC8") << "counter 2 12345";
     QTest::newRow("channel 5, every record")
         << hex("6826266853015187C0804079785634124304030205FF1E6F12833A05060000F74202FF1D640001FF1F03CD16")
-        << e5 << "channel 5"
-        << "id 12345678 man 0443 ver 3 medium 2 vif 06 value 123.5 weight 0.001 duration 100 appointment 3";
+        << e5 << "channel 5: id 12345678 man 0443 ver 3 med 2 vif 06 val 123.5 wt 0.001 dur 100 app 3";
     QTest::newRow("channel 16, identification only")
-        << hex("681212685301518780808080407978563412430403024516") << e5 << "channel 16"
-        << "id 12345678 man 0443 ver 3 medium 2 vif 13 value 0 weight 1 duration 50 appointment 1";
+        << hex("681212685301518780808080407978563412430403024516") << e5
+        << "channel 16: id 12345678 man 0443 ver 3 med 2 vif 13 val 0 wt 1 dur 50 app 1";
     QTest::newRow("channel 5, appointment 5 refused as a whole")
-        << hex("6814146853015187C0804079785634124304030201FF1F05A916") << none << "channel 5"
-        << "id 10000005 man 6a56 ver 1 medium 7 vif 13 value 0 weight 1 duration 50 appointment 1";
+        << hex("6814146853015187C0804079785634124304030201FF1F05A916") << none
+        << "channel 5: id 10000005 man 6a56 ver 1 med 7 vif 13 val 0 wt 1 dur 50 app 1";
     QTest::newRow("weight without a channel record")
-        << hex("680A0A6853015105FF1E000000400716") << none << "channel 1"
-        << "id 10000001 man 6a56 ver 1 medium 7 vif 13 value 10 weight 1 duration 50 appointment 1";
+        << hex("680A0A6853015105FF1E000000400716") << none
+        << "channel 1: id 10000001 man 6a56 ver 1 med 7 vif 13 val 10 wt 1 dur 50 app 1";
 }
 
 void TestProtocolEngine::writes()
 {
     QFETCH(QByteArray, request);
     QFETCH(QByteArray, answer);
-    QFETCH(QString, field);
-    QFETCH(QString, value);
+    QFETCH(QString, after);
     DeviceModel model = sampleDevice();
     QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
-    QCOMPARE(::field(model, field), value);
+    QVERIFY2(stateText(model).startsWith(after + ';') || stateText(model).contains(' ' + after + ';'),
+             qPrintable(stateText(model)));
 }
 
 void TestProtocolEngine::brokenFramesGetNoAnswer_data()
@@ -250,7 +221,6 @@ void TestProtocolEngine::brokenFramesGetNoAnswer_data()
     QTest::addColumn<QByteArray>("frame");
     QTest::newRow("register read cut to 2 bytes") << true << hex("0103");
     QTest::newRow("register write whose byte count overruns") << true << hex("0110000B0001040000472A");
-    QTest::newRow("register read with a wrong CRC") << true << hex("01030008000245C8");
     QTest::newRow("M-Bus start byte alone") << false << hex("68");
     QTest::newRow("E5 as a request") << false << hex("E5");
     QTest::newRow("long frame with trailing bytes") << false << hex("680505685301517F00241600");
@@ -275,15 +245,17 @@ void TestProtocolEngine::randomLineBytes()
     DeviceModel model = sampleDevice();
     RequestAssembler assembler;
     ProtocolEngine engine(model);
-    const QList<QByteArray> requests = {hex("1040014116"),
-                                        hex("107BFE7916"),
-                                        hex("680505685301517F002416"),
-                                        hex("01030008000245C9"),
-                                        hex("0103201E0002AFCD"),
-                                        hex("680505685301517F012516"),
-                                        hex("6804046873015011D516"),
-                                        hex("0110000B0001020000A72B"),
-                                        hex("01030007000135CB")};
+    QList<QByteArray> requests;
+    for (const char *request :
+         {"1040014116", "107BFE7916", "680505685301517F002416", "01030008000245C9", "0103201E0002AFCD",
+          "680505685301517F012516", "6804046873015011D516", "0110000B0001020000A72B", "01030007000135CB"})
+        requests << hex(request);
+    const auto intact = [](RequestFraming framing, const QByteArray &bytes) {
+        if (framing == RequestFraming::Register)
+            return frames::crcIntact(bytes);
+        const frames::FrameCheck check = frames::checkMbus(bytes);
+        return check.state == frames::Completeness::Complete && check.frameLength == bytes.size();
+    };
     int answered = 0;
     for (int chunk = 0; chunk < 3000; ++chunk) {
         QByteArray bytes;
@@ -304,21 +276,10 @@ void TestProtocolEngine::randomLineBytes()
             break;
         }
         for (const RequestFrame &frame : assembler.feed(bytes)) {
-            if (frame.framing == RequestFraming::Register) {
-                QVERIFY(frames::crcIntact(frame.bytes));
-            } else {
-                const frames::FrameCheck check = frames::checkMbus(frame.bytes);
-                QCOMPARE(int(check.state), int(frames::Completeness::Complete));
-                QCOMPARE(check.frameLength, frame.bytes.size());
-            }
+            QVERIFY2(intact(frame.framing, frame.bytes), frame.bytes.toHex(' ').constData());
             const QByteArray answer = engine.handle(frame, kSystemUtc).answer;
-            if (answer.isEmpty())
-                continue;
-            ++answered;
-            if (frame.framing == RequestFraming::Register)
-                QVERIFY2(frames::crcIntact(answer), answer.toHex(' ').constData());
-            else
-                QCOMPARE(frames::checkMbus(answer).frameLength, answer.size());
+            answered += answer.isEmpty() ? 0 : 1;
+            QVERIFY2(answer.isEmpty() || intact(frame.framing, answer), answer.toHex(' ').constData());
         }
         QVERIFY(assembler.pending().size() <= 264);
     }
@@ -337,7 +298,6 @@ void TestProtocolEngine::requestFinding_data()
     QTest::addColumn<int>("dropped");
 
     using L = QList<QByteArray>;
-    QTest::newRow("SND_NKE") << L{hex("1040014116")} << L{hex("1040014116")} << 0;
     QTest::newRow("noise 55 AA, then SND_NKE") << L{hex("55AA1040014116")} << L{hex("1040014116")} << 2;
     QTest::newRow("noise 01 10 that looks like a register write, then SND_NKE")
         << L{hex("01101040014116")} << L{hex("1040014116")} << 2;
@@ -374,7 +334,7 @@ void TestProtocolEngine::requestFinding()
 
 void TestProtocolEngine::faults_data()
 {
-    QTest::addColumn<int>("fault");
+    QTest::addColumn<Fault>("fault");
     QTest::addColumn<bool>("registerFraming");
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QList<QByteArray>>("pieces");
@@ -384,32 +344,30 @@ void TestProtocolEngine::faults_data()
     const QByteArray info =
         hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D"
             "051E0E2F1B009116");
-    QTest::newRow("none") << int(Fault::None) << true << counter << L{counter};
-    QTest::newRow("silence") << int(Fault::Silence) << true << counter << L{};
+    QTest::newRow("none") << Fault::None << true << counter << L{counter};
+    QTest::newRow("silence") << Fault::Silence << true << counter << L{};
     QTest::newRow("split, 9-byte register answer")
-        << int(Fault::SplitAnswer) << true << counter << L{hex("010304"), hex("000500"), hex("012BF2")};
-    QTest::newRow("split, E5") << int(Fault::SplitAnswer) << false << hex("E5") << L{hex("E5")};
+        << Fault::SplitAnswer << true << counter << L{hex("010304"), hex("000500"), hex("012BF2")};
     QTest::newRow("checksum, register answer")
-        << int(Fault::WrongChecksum) << true << counter << L{hex("010304000500012CF2")};
+        << Fault::WrongChecksum << true << counter << L{hex("010304000500012CF2")};
     QTest::newRow("checksum, information answer")
-        << int(Fault::WrongChecksum) << false << info << L{info.left(46) + hex("9216")};
-    QTest::newRow("checksum, E5 has none") << int(Fault::WrongChecksum) << false << hex("E5") << L{hex("E5")};
+        << Fault::WrongChecksum << false << info << L{info.left(46) + hex("9216")};
+    QTest::newRow("checksum, E5 has none") << Fault::WrongChecksum << false << hex("E5") << L{hex("E5")};
     QTest::newRow("length, register answer")
-        << int(Fault::WrongLength) << true << counter << L{hex("0103040005000100B21F")};
+        << Fault::WrongLength << true << counter << L{hex("0103040005000100B21F")};
     QTest::newRow("length, information answer")
-        << int(Fault::WrongLength) << false << info << L{info.left(46) + hex("009116")};
-    QTest::newRow("length, E5") << int(Fault::WrongLength) << false << hex("E5") << L{hex("E5E5")};
+        << Fault::WrongLength << false << info << L{info.left(46) + hex("009116")};
     QTest::newRow("exception, register read")
-        << int(Fault::ExceptionAnswer) << true << counter << L{hex("018302C0F1")};
+        << Fault::ExceptionAnswer << true << counter << L{hex("018302C0F1")};
     QTest::newRow("truncated, register answer")
-        << int(Fault::TruncatedAnswer) << true << counter << L{hex("01030400")};
-    QTest::newRow("truncated, E5") << int(Fault::TruncatedAnswer) << false << hex("E5") << L{};
-    QTest::newRow("any fault, no answer") << int(Fault::WrongLength) << true << QByteArray() << L{};
+        << Fault::TruncatedAnswer << true << counter << L{hex("01030400")};
+    QTest::newRow("truncated, E5") << Fault::TruncatedAnswer << false << hex("E5") << L{};
+    QTest::newRow("any fault, no answer") << Fault::WrongLength << true << QByteArray() << L{};
 }
 
 void TestProtocolEngine::faults()
 {
-    QFETCH(int, fault);
+    QFETCH(Fault, fault);
     QFETCH(bool, registerFraming);
     QFETCH(QByteArray, answer);
     QFETCH(QList<QByteArray>, pieces);
@@ -417,7 +375,7 @@ void TestProtocolEngine::faults()
                                      ? RequestFrame{RequestFraming::Register, hex("010320000002CFCB")}
                                      : RequestFrame{RequestFraming::MBus, hex("680505685301517F002416")};
     QRandomGenerator random(1);
-    QCOMPARE(answerPieces(answer, request, 1, static_cast<Fault>(fault), random), pieces);
+    QCOMPARE(answerPieces(answer, request, 1, fault, random), pieces);
 }
 
 void TestProtocolEngine::noiseNeverHoldsStartBytes()
@@ -442,53 +400,26 @@ void TestProtocolEngine::noiseNeverHoldsStartBytes()
     }
 }
 
-void TestProtocolEngine::channelChains_data()
+void TestProtocolEngine::stateFile_data()
 {
-    QTest::addColumn<int>("channel");
-    QTest::addColumn<QByteArray>("chain");
-    QTest::newRow("channel 1") << 1 << hex("40");
-    QTest::newRow("channel 2") << 2 << hex("8040");
-    QTest::newRow("channel 5") << 5 << hex("C08040");
-    QTest::newRow("channel 10") << 10 << hex("80C08040");
-    QTest::newRow("channel 16") << 16 << hex("8080808040");
+    QTest::addColumn<QByteArray>("search"); // edited in the saved file; empty: left intact
+    QTest::addColumn<QByteArray>("replace");
+    QTest::newRow("intact file") << QByteArray() << QByteArray();
+    QTest::newRow("not JSON") << QByteArray("{") << QByteArray("[[");
+    QTest::newRow("address 300") << QByteArray("\"address\": 42") << QByteArray("\"address\": 300");
+    QTest::newRow("speed code C0") << QByteArray("\"speedCode\": \"bd\"")
+                                   << QByteArray("\"speedCode\": \"c0\"");
+    QTest::newRow("report day as text")
+        << QByteArray("\"reportDay\": 25") << QByteArray("\"reportDay\": \"25\"");
+    QTest::newRow("channel counter negative")
+        << QByteArray("\"counter\": 65541") << QByteArray("\"counter\": -1");
 }
 
-void TestProtocolEngine::channelChains()
+void TestProtocolEngine::stateFile()
 {
-    QFETCH(int, channel);
-    QFETCH(QByteArray, chain);
-    QCOMPARE(channelDifeChain(channel).toHex(), chain.toHex());
-    // And back: a record carrying the chain names the same channel.
-    QList<DataRecord> records;
-    QVERIFY(parseDataRecords(hex("84") + chain + hex("FD3A01020304"), &records));
-    QCOMPARE(records.size(), 1);
-    QCOMPARE(records.first().subunit, channel);
-    QCOMPARE(records.first().difeCount, chain.size());
-    QCOMPARE(records.first().vif, 0xFD3Au);
-    QCOMPARE(records.first().data, hex("01020304"));
-}
-
-void TestProtocolEngine::malformedRecordsAreRefused_data()
-{
-    QTest::addColumn<QByteArray>("records");
-    QTest::newRow("value cut short") << hex("04FD3A0102");
-    QTest::newRow("DIFE chain without an end") << hex("8480");
-    QTest::newRow("VIF chain without an end") << hex("04FD");
-    QTest::newRow("eleven DIFE") << hex("848080808080808080808040FD3A01020304");
-    QTest::newRow("variable-length data") << hex("0D7801");
-}
-
-void TestProtocolEngine::malformedRecordsAreRefused()
-{
-    QFETCH(QByteArray, records);
-    QList<DataRecord> parsed;
-    QVERIFY(!parseDataRecords(records, &parsed));
-}
-
-void TestProtocolEngine::stateFileRoundTrip()
-{
+    QFETCH(QByteArray, search);
+    QFETCH(QByteArray, replace);
     QTemporaryDir dir;
-    QVERIFY(dir.isValid());
     DeviceModel saved = sampleDevice(0x0410);
     saved.address = 42;
     saved.speedCode = 0xBD;
@@ -500,63 +431,24 @@ void TestProtocolEngine::stateFileRoundTrip()
     const QString file = dir.filePath("state.json");
     QString error;
     QVERIFY2(saved.save(file, &error), qPrintable(error));
+    QVERIFY(!saved.save(dir.filePath("missing/state.json"), &error) && !error.isEmpty());
+    if (!search.isEmpty()) {
+        QFile edit(file);
+        QVERIFY(edit.open(QIODevice::ReadWrite));
+        QByteArray text = edit.readAll();
+        QVERIFY2(text.contains(search), text.constData());
+        edit.resize(0);
+        edit.write(text.replace(search, replace));
+    }
 
     DeviceModel loaded;
-    QVERIFY2(loaded.load(file, &error), qPrintable(error));
-    QCOMPARE(loaded.address, quint8(42));
-    QCOMPARE(loaded.baudRate(), 9600);
-    QCOMPARE(loaded.identification, 0x10203040u);
-    QCOMPARE(loaded.channelCount(), 2);
-    QCOMPARE(loaded.reportDay, quint8(25));
-    QCOMPARE(loaded.clockOffsetSecs, qint64(-3600));
-    QCOMPARE(loaded.channels[15].counter, 4000000000u);
-    QCOMPARE(channelText(loaded.channels[4]), channelText(saved.channels[4]));
-    QCOMPARE(channelText(loaded.channels[0]), channelText(saved.channels[0]));
-
-    QVERIFY(!saved.save(dir.filePath("missing/state.json"), &error));
-    QVERIFY(!error.isEmpty());
-}
-
-void TestProtocolEngine::badStateFileKeepsTheModel_data()
-{
-    QTest::addColumn<QByteArray>("search");
-    QTest::addColumn<QByteArray>("replace");
-    QTest::newRow("not JSON") << QByteArray("{") << QByteArray("[[");
-    QTest::newRow("address 300") << QByteArray("\"address\": 42") << QByteArray("\"address\": 300");
-    QTest::newRow("speed code C0") << QByteArray("\"speedCode\": \"bd\"")
-                                   << QByteArray("\"speedCode\": \"c0\"");
-    QTest::newRow("report day as text")
-        << QByteArray("\"reportDay\": 25") << QByteArray("\"reportDay\": \"25\"");
-    QTest::newRow("channel counter negative")
-        << QByteArray("\"counter\": 65541") << QByteArray("\"counter\": -1");
-}
-
-void TestProtocolEngine::badStateFileKeepsTheModel()
-{
-    QFETCH(QByteArray, search);
-    QFETCH(QByteArray, replace);
-    QTemporaryDir dir;
-    DeviceModel saved = sampleDevice();
-    saved.address = 42;
-    saved.speedCode = 0xBD;
-    saved.reportDay = 25;
-    const QString file = dir.filePath("state.json");
-    QVERIFY(saved.save(file));
-    QFile edit(file);
-    QVERIFY(edit.open(QIODevice::ReadWrite));
-    QByteArray text = edit.readAll();
-    QVERIFY2(text.contains(search), text.constData());
-    text.replace(search, replace);
-    edit.resize(0);
-    edit.write(text);
-    edit.close();
-
-    DeviceModel model;
-    model.address = 9;
-    QString error;
-    QVERIFY(!model.load(file, &error));
-    QVERIFY(!error.isEmpty());
-    QCOMPARE(model.address, quint8(9));
+    loaded.address = 9;
+    const QString before = stateText(loaded);
+    error.clear();
+    QCOMPARE(loaded.load(file, &error), search.isEmpty());
+    QCOMPARE(error.isEmpty(), search.isEmpty());
+    // A good file gives back every field; a bad one leaves the model as it was.
+    QCOMPARE(stateText(loaded), search.isEmpty() ? stateText(saved) : before);
 }
 
 QTEST_GUILESS_MAIN(TestProtocolEngine)
