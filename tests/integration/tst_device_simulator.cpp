@@ -40,9 +40,7 @@ public:
     {
         port.setPortName(path);
         port.setBaudRate(baud);
-        port.setDataBits(QSerialPort::Data8);
         port.setParity(QSerialPort::EvenParity);
-        port.setStopBits(QSerialPort::OneStop);
         QObject::connect(&port, &QSerialPort::readyRead, [this] {
             arrivals.append({clock.elapsed(), port.readAll()});
         });
@@ -73,7 +71,6 @@ public:
     }
 
     qint64 lastByteMs() const { return arrivals.isEmpty() ? -1 : arrivals.last().ms; }
-    qint64 firstByteMs() const { return arrivals.isEmpty() ? -1 : arrivals.first().ms; }
 
     QSerialPort port;
     QElapsedTimer clock;
@@ -91,16 +88,10 @@ private slots:
     void cleanup();
     void answersAtTheLineRate_data();
     void answersAtTheLineRate();
-    void longTelegramIsPaced();
-    void wrongLineSpeedIsIgnored();
     void speedWriteSwitchesTheDevice();
-    void addressWriteMovesTheDevice();
-    void faults_data();
-    void faults();
-    void nextAnswerFaultIsUsedOnce();
+    void faultForTheNextOrEveryAnswer();
     void splitAnswerComesInLatePieces();
     void pauseInsideARequestDropsIt();
-    void noiseBeforeARequestIsSkipped();
     void clientsComeAndGo();
     void stableLinkFollowsThePort();
 
@@ -125,19 +116,15 @@ void TestDeviceSimulator::answersAtTheLineRate_data()
 {
     QTest::addColumn<QByteArray>("request");
     QTest::addColumn<int>("answerSize");
-    QTest::addColumn<QByteArray>("answerStart");
-
-    QTest::newRow("SND_NKE to address 1") << hex("1040014116") << 1 << hex("E5");
-    QTest::newRow("information request, 48-byte answer")
-        << hex("680505685301517F002416") << 48 << hex("682A2A680801727856341256");
-    QTest::newRow("clock registers") << hex("01030008000245C9") << 9 << hex("010304");
+    QTest::newRow("SND_NKE to address 1") << hex("1040014116") << 1;
+    QTest::newRow("information request, 48-byte answer") << hex("680505685301517F002416") << 48;
+    QTest::newRow("REQ_UD2, 193-byte data telegram") << hex("107BFE7916") << 193;
 }
 
 void TestDeviceSimulator::answersAtTheLineRate()
 {
     QFETCH(QByteArray, request);
     QFETCH(int, answerSize);
-    QFETCH(QByteArray, answerStart);
     Client client(sim->portPath());
     QVERIFY2(client.open(), qPrintable(client.port.errorString()));
     QSignalSpy handled(sim.get(), &DeviceSimulator::requestHandled);
@@ -145,7 +132,8 @@ void TestDeviceSimulator::answersAtTheLineRate()
 
     const QByteArray answer = client.exchange(request);
     QCOMPARE(answer.size(), answerSize);
-    QVERIFY2(answer.startsWith(answerStart), answer.toHex(' ').constData());
+    // Bytes trickle in at the line rate, not in one burst.
+    QVERIFY2(client.arrivals.size() > answerSize / 10, qPrintable(QString::number(client.arrivals.size())));
     QCOMPARE(sim->requests(), QList<QByteArray>{request});
     QCOMPARE(handled.size(), 1);
     QCOMPARE(handled.first().at(1).toByteArray(), answer);
@@ -158,34 +146,6 @@ void TestDeviceSimulator::answersAtTheLineRate()
     QVERIFY2(client.lastByteMs() <= expected + kSlackMs, qPrintable(QString::number(client.lastByteMs())));
 }
 
-void TestDeviceSimulator::longTelegramIsPaced()
-{
-    sim->model().channels[0].counter = 0x01020304;
-    Client client(sim->portPath());
-    QVERIFY(client.open());
-    const QByteArray telegram = client.exchange(hex("107BFE7916"));
-    QCOMPARE(telegram.size(), 193);
-    QCOMPARE(telegram.mid(19, 8), hex("8440FD3A04030201"));
-    // Bytes trickle in: many small reads spread over the telegram's line time, not one burst.
-    const double span = lineMs(telegram.size() - 1, 2400);
-    QVERIFY2(client.lastByteMs() - client.firstByteMs() >= span - 20,
-             qPrintable(QStringLiteral("%1 ms").arg(client.lastByteMs() - client.firstByteMs())));
-    QVERIFY2(client.arrivals.size() > 20, qPrintable(QString::number(client.arrivals.size())));
-}
-
-void TestDeviceSimulator::wrongLineSpeedIsIgnored()
-{
-    Client client(sim->portPath(), 9600);
-    QVERIFY(client.open());
-    const QByteArray request = hex("1040014116");
-    QCOMPARE(client.exchange(request, kSilenceMs), QByteArray());
-    QCOMPARE(sim->received(), request);
-    QVERIFY(sim->requests().isEmpty());
-
-    QVERIFY(client.port.setBaudRate(2400));
-    QCOMPARE(client.exchange(request), hex("E5"));
-}
-
 void TestDeviceSimulator::speedWriteSwitchesTheDevice()
 {
     Client client(sim->portPath());
@@ -195,8 +155,11 @@ void TestDeviceSimulator::speedWriteSwitchesTheDevice()
     QCOMPARE(client.exchange(hex("680303685301BD1116")), hex("E5"));
     QCOMPARE(sim->model().speedCode, quint8(0xBD));
     QCOMPARE(changed.size(), 1);
-    // ... after which the device listens at 9600 only.
+    // ... after which the device ignores a master at 2400 ...
     QCOMPARE(client.exchange(hex("1040014116"), kSilenceMs), QByteArray());
+    QCOMPARE(sim->received().right(5), hex("1040014116"));
+    QCOMPARE(sim->requests().size(), 1);
+    // ... and answers at 9600.
     QVERIFY(client.port.setBaudRate(9600));
     QCOMPARE(client.exchange(hex("680505685301517F002416")).size(), 48);
     QVERIFY2(client.lastByteMs() <= lineMs(11 + 48, 9600) + sim->turnaroundMs() + kSlackMs,
@@ -204,48 +167,7 @@ void TestDeviceSimulator::speedWriteSwitchesTheDevice()
     QCOMPARE(client.exchange(hex("010300060001640B")), hex("0103020003F845"));
 }
 
-void TestDeviceSimulator::addressWriteMovesTheDevice()
-{
-    Client client(sim->portPath());
-    QVERIFY(client.open());
-    QCOMPARE(client.exchange(hex("68060668530151017A072716")), hex("E5"));
-    QCOMPARE(client.exchange(hex("1040014116"), kSilenceMs), QByteArray());
-    QCOMPARE(client.exchange(hex("1040074716")), hex("E5"));
-    QCOMPARE(sim->model().address, quint8(7));
-}
-
-void TestDeviceSimulator::faults_data()
-{
-    QTest::addColumn<int>("fault");
-    QTest::addColumn<QByteArray>("request");
-    QTest::addColumn<QByteArray>("answer");
-
-    const QByteArray address = hex("010300050001940B"); // bus address register, normally 01 03 02 00 01 79 84
-    QTest::newRow("silence") << int(Fault::Silence) << address << QByteArray();
-    QTest::newRow("wrong CRC") << int(Fault::WrongChecksum) << address << hex("01030200017A84");
-    QTest::newRow("wrong length") << int(Fault::WrongLength) << address << hex("01030200010045E2");
-    QTest::newRow("exception, register read") << int(Fault::ExceptionAnswer) << address << hex("018302C0F1");
-    QTest::newRow("exception, SND_NKE")
-        << int(Fault::ExceptionAnswer) << hex("1040014116") << hex("68040468080170007916");
-    QTest::newRow("truncated") << int(Fault::TruncatedAnswer) << address << hex("010302");
-}
-
-void TestDeviceSimulator::faults()
-{
-    QFETCH(int, fault);
-    QFETCH(QByteArray, request);
-    QFETCH(QByteArray, answer);
-    Client client(sim->portPath());
-    QVERIFY(client.open());
-    sim->setFault(static_cast<Fault>(fault), true);
-    for (int round = 0; round < 2; ++round) {
-        QCOMPARE(client.exchange(request, answer.isEmpty() ? kSilenceMs : kQuietMs).toHex(' '),
-                 answer.toHex(' '));
-    }
-    QCOMPARE(sim->requests().size(), 2);
-}
-
-void TestDeviceSimulator::nextAnswerFaultIsUsedOnce()
+void TestDeviceSimulator::faultForTheNextOrEveryAnswer()
 {
     Client client(sim->portPath());
     QVERIFY(client.open());
@@ -253,8 +175,11 @@ void TestDeviceSimulator::nextAnswerFaultIsUsedOnce()
     // A foreign address gets no answer anyway, so it does not use up the fault.
     QCOMPARE(client.exchange(hex("1040054516"), kSilenceMs), QByteArray());
     QCOMPARE(client.exchange(hex("1040014116"), kSilenceMs), QByteArray());
-    QCOMPARE(sim->fault(), Fault::None);
     QCOMPARE(client.exchange(hex("1040014116")), hex("E5"));
+
+    sim->setFault(Fault::WrongChecksum, true);
+    for (int round = 0; round < 2; ++round) // bus address register, normally 01 03 02 00 01 79 84
+        QCOMPARE(client.exchange(hex("010300050001940B")).toHex(), QByteArray("01030200017a84"));
 }
 
 void TestDeviceSimulator::splitAnswerComesInLatePieces()
@@ -265,7 +190,6 @@ void TestDeviceSimulator::splitAnswerComesInLatePieces()
     const QByteArray answer =
         client.exchange(hex("680505685301517F002416"), DeviceSimulator::kSplitGapMs + 200);
     QCOMPARE(answer.size(), 48);
-    QCOMPARE(static_cast<quint8>(answer.at(47)), quint8(0x16));
     // Three pieces of 16 bytes: two gaps of at least kSplitGapMs between the arrivals.
     int gaps = 0;
     for (int i = 1; i < client.arrivals.size(); ++i) {
@@ -288,25 +212,16 @@ void TestDeviceSimulator::pauseInsideARequestDropsIt()
     QCOMPARE(client.exchange(request).size(), 48);
 }
 
-void TestDeviceSimulator::noiseBeforeARequestIsSkipped()
-{
-    Client client(sim->portPath());
-    QVERIFY(client.open());
-    QCOMPARE(client.exchange(hex("00FF5501") + hex("1040014116")), hex("E5"));
-    QCOMPARE(sim->requests(), QList<QByteArray>{hex("1040014116")});
-}
-
 void TestDeviceSimulator::clientsComeAndGo()
 {
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 3; ++round) {
         Client client(sim->portPath());
         QVERIFY2(client.open(), qPrintable(client.port.errorString()));
         QCOMPARE(client.exchange(hex("1040014116")), hex("E5"));
         client.port.close();
         QTest::qWait(20);
     }
-    QCOMPARE(sim->requests().size(), 5);
-    QCOMPARE(sim->sent(), hex("E5E5E5E5E5"));
+    QCOMPARE(sim->sent(), hex("E5E5E5"));
 }
 
 void TestDeviceSimulator::stableLinkFollowsThePort()
