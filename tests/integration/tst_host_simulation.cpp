@@ -1,9 +1,10 @@
 // The host's --simulate: the simulated device's port is offered by the configurator page that the
-// host builds from the plug-in, opens, and a command typed on the page reaches the device; the
-// host executable itself starts the device and rejects a bad --sim-address.
+// host builds from the plug-in, opens, and a command typed on the page reaches the device; the host
+// executable itself starts the device at the --sim-address given, or rejects a bad one.
 
 #include "host/device_simulation.h"
 #include "host/host_window.h"
+#include "link/frames.h"
 #include "link/port_list.h"
 #include "sdk/module_interface.h"
 #include "tests/support/box_recorder.h"
@@ -19,24 +20,6 @@
 #include <QTextBrowser>
 #include <QToolButton>
 #include <QtTest>
-#include <memory>
-
-namespace
-{
-
-QString hostPath()
-{
-    return CoreServices::stageDir() + QStringLiteral("/bin/zorva-host");
-}
-
-QProcessEnvironment offscreenEnvironment()
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    return environment;
-}
-
-} // namespace
 
 class TestHostSimulation : public QObject
 {
@@ -44,39 +27,14 @@ class TestHostSimulation : public QObject
 
 private slots:
     void cleanup();
-    void addressOption_data();
-    void addressOption();
     void pageOffersTheSimulatedPortAndTalksToIt();
-    void hostRejectsABadAddress_data();
-    void hostRejectsABadAddress();
-    void hostRunsTheDeviceOnItsEventLoop();
+    void hostProcess_data();
+    void hostProcess();
 };
 
 void TestHostSimulation::cleanup()
 {
     qApp->setProperty(ports::kSimulatedPortsProperty, QVariant());
-}
-
-void TestHostSimulation::addressOption_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("accepted");
-    QTest::addColumn<int>("address");
-    QTest::newRow("1") << QStringLiteral("1") << true << 1;
-    QTest::newRow("250") << QStringLiteral("250") << true << 250;
-    QTest::newRow("251, beyond the primary addresses") << QStringLiteral("251") << false << 0;
-    QTest::newRow("letters") << QStringLiteral("abc") << false << 0;
-    QTest::newRow("empty") << QString() << false << 0;
-}
-
-void TestHostSimulation::addressOption()
-{
-    QFETCH(QString, text);
-    QFETCH(bool, accepted);
-    QFETCH(int, address);
-    quint8 parsed = 99;
-    QCOMPARE(DeviceSimulation::parseAddress(text, &parsed), accepted);
-    QCOMPARE(int(parsed), accepted ? address : 99);
 }
 
 void TestHostSimulation::pageOffersTheSimulatedPortAndTalksToIt()
@@ -98,10 +56,7 @@ void TestHostSimulation::pageOffersTheSimulatedPortAndTalksToIt()
     auto *ports = window.findChild<QComboBox *>(QStringLiteral("comboBox_portList"));
     QVERIFY(ports);
     QCOMPARE(ports->currentText(), simulation.portPath());
-    auto *toggle = window.findChild<QToolButton *>(QStringLiteral("toolButton_openPort"));
-    toggle->click();
-    QCOMPARE(toggle->text(), QStringLiteral("Закрыть порт"));
-    QCOMPARE(boxes.texts(), QStringList());
+    window.findChild<QToolButton *>(QStringLiteral("toolButton_openPort"))->click();
 
     // SND_NKE to the device's address, typed on the developer page: the device acknowledges.
     window.findChild<QLineEdit *>(QStringLiteral("lineEdit_command"))->setText(QStringLiteral("104005"));
@@ -109,58 +64,54 @@ void TestHostSimulation::pageOffersTheSimulatedPortAndTalksToIt()
     const QString log = window.findChild<QTextBrowser *>(QStringLiteral("textBrowser"))->toPlainText();
     QVERIFY2(log.contains(QStringLiteral("dataAnswer e5")), qPrintable(log));
     QCOMPARE(boxes.texts(), QStringList());
-    toggle->click();
 }
 
-void TestHostSimulation::hostRejectsABadAddress_data()
+void TestHostSimulation::hostProcess_data()
 {
-    QTest::addColumn<QString>("address");
-    QTest::newRow("300") << QStringLiteral("300");
-    QTest::newRow("letters") << QStringLiteral("zorva");
+    QTest::addColumn<QString>("address"); // the --sim-address value
+    QTest::addColumn<bool>("accepted");
+    QTest::newRow("7") << QStringLiteral("7") << true;
+    QTest::newRow("250") << QStringLiteral("250") << true;
+    QTest::newRow("251, beyond the primary addresses") << QStringLiteral("251") << false;
+    QTest::newRow("letters") << QStringLiteral("zorva") << false;
+    QTest::newRow("empty") << QString() << false;
 }
 
-void TestHostSimulation::hostRejectsABadAddress()
+void TestHostSimulation::hostProcess()
 {
     QFETCH(QString, address);
-    QProcess host;
-    host.setProcessEnvironment(offscreenEnvironment());
-    host.start(hostPath(), {QStringLiteral("--simulate"), QStringLiteral("--sim-address"), address});
-    QVERIFY(host.waitForFinished(10000));
-    QCOMPARE(host.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(host.exitCode(), 2);
-    QVERIFY(QString::fromLocal8Bit(host.readAllStandardError()).contains("--sim-address"));
-}
-
-void TestHostSimulation::hostRunsTheDeviceOnItsEventLoop()
-{
-    QProcess host;
-    // However the test ends, the host goes with it.
-    const std::unique_ptr<QProcess, void (*)(QProcess *)> stopHost(&host, [](QProcess *process) {
-        process->terminate();
-        if (!process->waitForFinished(5000)) {
-            process->kill();
-            process->waitForFinished(5000);
-        }
-    });
-    host.setProcessEnvironment(offscreenEnvironment());
-    host.start(hostPath(),
-               {QStringLiteral("--simulate"), QStringLiteral("--sim-address"), QStringLiteral("7")});
-    QVERIFY(host.waitForStarted());
+    QFETCH(bool, accepted);
+    QProcess host; // killed with the object however the test ends
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    host.setProcessEnvironment(environment);
+    host.start(CoreServices::stageDir() + QStringLiteral("/bin/zorva-host"),
+               {QStringLiteral("--simulate"), QStringLiteral("--sim-address"), address});
+    if (!accepted) {
+        QVERIFY(host.waitForFinished(10000));
+        QCOMPARE(host.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(host.exitCode(), 2);
+        QVERIFY(QString::fromLocal8Bit(host.readAllStandardError()).contains("--sim-address"));
+        return;
+    }
     QString stderrText;
-    const QRegularExpression announced(QStringLiteral("Simulated ZORVA at address 7 on (\\S+)"));
+    const QRegularExpression announced(
+        QStringLiteral("Simulated ZORVA at address %1 on (\\S+)").arg(address));
     QRegularExpressionMatch match;
     QTRY_VERIFY_WITH_TIMEOUT((stderrText += QString::fromLocal8Bit(host.readAllStandardError()),
                               match = announced.match(stderrText), match.hasMatch()),
                              15000);
 
-    // The announced port is the device, answering on the host's event loop at 2400 8E1.
+    // The announced port is the device at that address, answering on the host's event loop at 2400 8E1.
     QSerialPort line(match.captured(1));
     line.setBaudRate(2400);
     line.setParity(QSerialPort::EvenParity);
     QVERIFY2(line.open(QIODevice::ReadWrite), qPrintable(line.errorString()));
-    line.write(QByteArray::fromHex("1040074716"));
+    line.write(frames::mbusShort(0x40, quint8(address.toUInt())));
     QByteArray answer;
     QTRY_COMPARE_WITH_TIMEOUT((answer += line.readAll()).toHex(), QByteArray("e5"), 3000);
+    host.terminate();
+    QVERIFY(host.waitForFinished(5000));
 }
 
 QTEST_MAIN(TestHostSimulation)
