@@ -10,8 +10,10 @@
 #include <QLineEdit>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QProcess>
 #include <QPushButton>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QtTest>
 
 // The host run with --simulate: an engineer logs in with the emulated account and uploads.
@@ -24,6 +26,7 @@ private slots:
     void cleanupTestCase();
     void engineerLogsInAndUploads();
     void uploadWithDataIsStored();
+    void hostWithoutPagesExitsAtOnce();
 
 private:
     ServerEmulation m_emulation;
@@ -89,6 +92,26 @@ void TestHostServerEmulation::uploadWithDataIsStored()
     QFile file(stored.first().filePath());
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), data);
+}
+
+// The emulator is started before the host finds it has no page to show; the process still ends.
+void TestHostServerEmulation::hostWithoutPagesExitsAtOnce()
+{
+    QTemporaryDir home;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("VELMORA_SERVER_URL"));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    QProcess host;
+    host.setProcessEnvironment(environment);
+    host.start(CoreServices::stageDir() + QStringLiteral("/bin/zorva-host"),
+               {QStringLiteral("--simulate"), QStringLiteral("--modules"), home.path()});
+    QVERIFY(host.waitForFinished(10000));
+    const QByteArray log = host.readAllStandardError();
+    QVERIFY2(log.contains("Metering server emulated at"), log.constData());
+    QCOMPARE(host.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(host.exitCode(), 1);
 }
 
 QTEST_MAIN(TestHostServerEmulation)
