@@ -1,13 +1,12 @@
 // zorva-server-sim: the metering-server emulator on loopback, until SIGINT or SIGTERM.
 
 #include "sim/server_emulator.h"
+#include "sim/stop_signals.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
-#include <csignal>
 #include <cstdio>
-#include <pthread.h>
 
 namespace {
 
@@ -65,13 +64,11 @@ int main(int argc, char *argv[])
     }
     settings.storageDir = QDir(parser.value(storageOption)).absolutePath();
 
-    // Block the stop signals in every thread (the server's threads inherit the mask) and wait for
-    // them here.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+    // Before the server's threads start, so that they inherit the blocked stop signals.
+    if (!quitOnStopSignals(app)) {
+        std::fprintf(stderr, "Cannot install the signal handlers\n");
+        return 1;
+    }
 
     ServerEmulator server(settings);
     server.setObserver([](const ServerEmulator::Exchange &exchange) {
@@ -91,8 +88,7 @@ int main(int argc, char *argv[])
                  qPrintable(QStringList(settings.users.keys()).join(QLatin1String(", "))),
                  qPrintable(settings.storageDir));
 
-    int received = 0;
-    sigwait(&stopSignals, &received);
+    app.exec();
     server.stop();
     return 0;
 }

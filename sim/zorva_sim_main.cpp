@@ -2,37 +2,15 @@
 // SIGTERM.
 
 #include "sim/device_simulator.h"
+#include "sim/stop_signals.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QSocketNotifier>
-#include <csignal>
 #include <cstdio>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace
 {
-
-int signalPipe[2] = {-1, -1};
-
-void onSignal(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t n = ::write(signalPipe[1], &byte, 1);
-}
-
-bool installSignalHandlers()
-{
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0)
-        return false;
-    struct sigaction action = {};
-    action.sa_handler = onSignal;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    return ::sigaction(SIGINT, &action, nullptr) == 0 && ::sigaction(SIGTERM, &action, nullptr) == 0;
-}
 
 int fail(const QString &text)
 {
@@ -142,10 +120,8 @@ int main(int argc, char *argv[])
                          });
     }
 
-    if (!installSignalHandlers())
+    if (!quitOnStopSignals(app))
         return fail(QStringLiteral("cannot install the signal handlers"));
-    QSocketNotifier signalNotifier(signalPipe[0], QSocketNotifier::Read);
-    QObject::connect(&signalNotifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
 
     if (!device.start(&error))
         return fail(QStringLiteral("cannot open a pseudo-terminal: %1").arg(error));
