@@ -3,11 +3,6 @@
 #include "link/port_list.h"
 #include "sim/device_simulator.h"
 
-namespace
-{
-constexpr uint kHighestPrimaryAddress = 250;
-}
-
 DeviceSimulation::DeviceSimulation() = default;
 
 DeviceSimulation::~DeviceSimulation() = default;
@@ -35,10 +30,5 @@ QString DeviceSimulation::portPath() const
 
 bool DeviceSimulation::parseAddress(const QString &text, quint8 *address)
 {
-    bool isNumber = false;
-    const uint value = text.trimmed().toUInt(&isNumber, 10);
-    if (!isNumber || value > kHighestPrimaryAddress)
-        return false;
-    *address = static_cast<quint8>(value);
-    return true;
+    return DeviceModel::parseAddress(text, address);
 }

@@ -123,6 +123,16 @@ int DeviceModel::baudRateOf(quint8 code)
     return 0;
 }
 
+bool DeviceModel::parseAddress(const QString &text, quint8 *address)
+{
+    bool isNumber = false;
+    const uint value = text.trimmed().toUInt(&isNumber, 10);
+    if (!isNumber || value > kHighestPrimaryAddress)
+        return false;
+    *address = static_cast<quint8>(value);
+    return true;
+}
+
 int DeviceModel::baudRate() const
 {
     return baudRateOf(speedCode);

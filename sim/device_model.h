@@ -24,6 +24,7 @@ struct ChannelState {
 
 struct DeviceModel {
     static constexpr int kChannels = 16;
+    static constexpr quint8 kHighestPrimaryAddress = 250;
 
     quint8 address = 1;                           // primary M-Bus address
     quint8 speedCode = 0xBB;                      // 0xBA 1200, 0xBB 2400, 0xBC 4800, 0xBD 9600
@@ -48,6 +49,8 @@ struct DeviceModel {
 
     int baudRate() const; // from speedCode; 0 for an unknown code
     static int baudRateOf(quint8 speedCode);
+    // Reads a primary address 0..250 written in decimal; on false `address` is left alone.
+    static bool parseAddress(const QString &text, quint8 *address);
     quint16 manufacturerCode() const; // (L1-64)*1024 + (L2-64)*32 + (L3-64)
     int channelCount() const;         // from the software version: 2, 4, 10, 16 or 0
 

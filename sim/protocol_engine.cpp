@@ -331,7 +331,7 @@ EngineReply ProtocolEngine::handleRecords(const QByteArray &bytes, bool answered
                 return {};
             next.setClockUtc(utc, systemUtc);
         } else if (r.dif == kDifInt8 && r.vif == kVifAddress && plain) {
-            if (byteAt(r.data, 0) > kHighestPrimary)
+            if (byteAt(r.data, 0) > DeviceModel::kHighestPrimaryAddress)
                 return {};
             next.address = byteAt(r.data, 0);
         } else if (r.dif == kDifBcd8 && r.vif == kVifIdentification && plain) {

@@ -39,7 +39,6 @@ class ProtocolEngine
 public:
     static constexpr quint8 kPointToPoint = 0xFE; // answered by any device
     static constexpr quint8 kBroadcast = 0xFF;    // acted on, never answered
-    static constexpr quint8 kHighestPrimary = 250;
     static constexpr quint16 kRegAddress = 5;
     static constexpr quint16 kRegSpeed = 6;
     static constexpr quint16 kRegClockLow = 8;

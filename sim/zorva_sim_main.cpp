@@ -66,13 +66,10 @@ int main(int argc, char *argv[])
     if (!stateFile.isEmpty() && QFileInfo::exists(stateFile) && !model.load(stateFile, &error))
         return fail(QStringLiteral("cannot load %1: %2").arg(stateFile, error));
 
+    if (parser.isSet(addressOption) &&
+        !DeviceModel::parseAddress(parser.value(addressOption), &model.address))
+        return fail(QStringLiteral("the address must be 0..250"));
     bool ok = true;
-    if (parser.isSet(addressOption)) {
-        const uint address = parser.value(addressOption).toUInt(&ok);
-        if (!ok || address > 250)
-            return fail(QStringLiteral("the address must be 0..250"));
-        model.address = static_cast<quint8>(address);
-    }
     if (parser.isSet(versionOption)) {
         const QString text = parser.value(versionOption);
         const uint version = text.toUInt(&ok, 16);
