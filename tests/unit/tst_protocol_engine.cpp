@@ -89,8 +89,6 @@ private slots:
     void answers();
     void writes_data();
     void writes();
-    void brokenFramesGetNoAnswer_data();
-    void brokenFramesGetNoAnswer();
     void randomLineBytes();
     void requestFinding_data();
     void requestFinding();
@@ -213,29 +211,6 @@ void TestProtocolEngine::writes()
     QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
     QVERIFY2(stateText(model).startsWith(after + ';') || stateText(model).contains(' ' + after + ';'),
              qPrintable(stateText(model)));
-}
-
-void TestProtocolEngine::brokenFramesGetNoAnswer_data()
-{
-    QTest::addColumn<bool>("registerFraming");
-    QTest::addColumn<QByteArray>("frame");
-    QTest::newRow("register read cut to 2 bytes") << true << hex("0103");
-    QTest::newRow("register write whose byte count overruns") << true << hex("0110000B0001040000472A");
-    QTest::newRow("M-Bus start byte alone") << false << hex("68");
-    QTest::newRow("E5 as a request") << false << hex("E5");
-    QTest::newRow("long frame with trailing bytes") << false << hex("680505685301517F00241600");
-}
-
-void TestProtocolEngine::brokenFramesGetNoAnswer()
-{
-    QFETCH(bool, registerFraming);
-    QFETCH(QByteArray, frame);
-    DeviceModel model = sampleDevice();
-    ProtocolEngine engine(model);
-    const RequestFrame request{registerFraming ? RequestFraming::Register : RequestFraming::MBus, frame};
-    const EngineReply reply = engine.handle(request, kSystemUtc);
-    QCOMPARE(reply.answer.toHex(), QByteArray());
-    QVERIFY(!reply.changed);
 }
 
 // Whatever comes from the line, only intact frames reach the engine and every answer is well formed.
