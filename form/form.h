@@ -251,6 +251,9 @@ private:
     QVector<QByteArray> vectorPortRead;
     QByteArray dataAnswer;
     QByteArray buf;
+    // Every byte read from the line since the last clear, before chunk trimming: the telegram
+    // decoder needs the bytes as they came.
+    QByteArray lineBytes;
     QByteArray bufRemains;
     bool noStartByte = false;
     bool waitDelayEdited = false;

@@ -499,6 +499,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
     if (!portIsOpenOrWarn())
         return;
     packet = device::reqUd2Frame();
+    lineBytes.clear();
     connectReader();
     const bool written = writePacket();
     logLine2(QStringLiteral("packetToPort.toHex()"), hexOf(packet));
@@ -510,15 +511,14 @@ void Form::on_pushButton_REQ_UD2_clicked()
     nonBlockingPause(kReqUd2CollectMs);
     disconnectReader();
 
-    QByteArray telegram;
-    for (const QByteArray &entry : vectorPortRead)
-        telegram += entry;
-    if (telegram.isEmpty()) {
+    // The answer list holds trimmed chunks, which lose bytes when a chunk of a long telegram
+    // holds 68 or E5 past its start; the telegram is shown and decoded as it came off the line.
+    if (lineBytes.isEmpty()) {
         logLine2(tr("Нет ответа"));
         return;
     }
-    logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(telegram.toHex(' ')));
-    logLine2(telegramToRussianText(telegram));
+    logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(lineBytes.toHex(' ')));
+    logLine2(telegramToRussianText(lineBytes));
 }
 
 void Form::on_pushButton_sendCommand_clicked()

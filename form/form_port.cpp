@@ -129,6 +129,7 @@ void Form::on_portReadyRead()
     const QByteArray chunk = readArrived();
     if (chunk.isEmpty())
         return;
+    lineBytes.append(chunk);
     logLine(QStringLiteral("buf.toHex()"),
             QString::fromLatin1(chunk.toHex()) + QStringLiteral(" size ") + QString::number(chunk.size()));
 
