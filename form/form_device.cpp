@@ -519,6 +519,11 @@ void Form::on_pushButton_REQ_UD2_clicked()
     }
     logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(lineBytes.toHex(' ')));
     logLine2(telegramToRussianText(lineBytes));
+
+    // A whole data telegram is the device's readings: it becomes what "Отправить на сервер" sends.
+    const frames::FrameCheck telegram = frames::checkMbus(lineBytes);
+    if (telegram.state == frames::Completeness::Complete && telegram.frameLength > 1)
+        uploadBuffer = lineBytes.left(telegram.frameLength);
 }
 
 void Form::on_pushButton_sendCommand_clicked()
