@@ -1,5 +1,4 @@
 #include "common/message_boxes.h"
-#include "tests/support/box_recorder.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -54,8 +53,6 @@ class TestMessageBoxes : public QObject
     Q_OBJECT
 
 private slots:
-    void titlesAndKinds_data();
-    void titlesAndKinds();
     void realBoxesShowTheirTitlesAndButtons_data();
     void realBoxesShowTheirTitlesAndButtons();
     void confirmationReturnsPressedIndex_data();
@@ -63,38 +60,6 @@ private slots:
     void questionClosedByWindowButtonIsNo();
     void questionYesIsTrue();
 };
-
-void TestMessageBoxes::titlesAndKinds_data()
-{
-    QTest::addColumn<int>("which");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("error") << 0 << int(BoxKind::Error) << "Ошибка";
-    QTest::newRow("information") << 1 << int(BoxKind::Information) << "Информация";
-    QTest::newRow("warning") << 2 << int(BoxKind::Warning) << "Внимание";
-    QTest::newRow("confirmation") << 3 << int(BoxKind::Confirmation) << "Подтверждение";
-    QTest::newRow("question") << 4 << int(BoxKind::Question) << "Вопрос";
-}
-
-void TestMessageBoxes::titlesAndKinds()
-{
-    QFETCH(int, which);
-    QFETCH(int, kind);
-    QFETCH(QString, title);
-    BoxRecorder recorder;
-    const QString text = QStringLiteral("Порт закрыт");
-    switch (which) {
-    case 0: showErrorBox(text, nullptr); break;
-    case 1: showInformationBox(text, nullptr); break;
-    case 2: showWarningBox(text, nullptr); break;
-    case 3: showConfirmationBox(text, nullptr); break;
-    default: showQuestionBox(text, nullptr); break;
-    }
-    QCOMPARE(recorder.boxes.size(), 1);
-    QCOMPARE(int(recorder.boxes.first().kind), kind);
-    QCOMPARE(recorder.boxes.first().title, title);
-    QCOMPARE(recorder.boxes.first().text, text);
-}
 
 void TestMessageBoxes::realBoxesShowTheirTitlesAndButtons_data()
 {
