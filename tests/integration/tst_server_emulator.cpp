@@ -7,7 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 constexpr int kWaitMs = 10000;
 const QByteArray kMultipart = QByteArrayLiteral("multipart/form-data; boundary=Config999");
@@ -127,7 +128,6 @@ void TestServerEmulator::answers_data()
         << http(upload, edited("Content-Disposition: form-data; name=\"DATA\"\r\n", "")) << 176 << none;
     QTest::newRow("boundary missing from the body")
         << http(upload, body, "multipart/form-data; boundary=Other") << 174 << none;
-    QTest::newRow("no boundary parameter") << http(upload, body, "multipart/form-data") << 174 << none;
     QTest::newRow("not multipart") << http(upload, frame, "application/octet-stream") << 173 << none;
     QTest::newRow("Content-Length not a number") << http(upload, body, kMultipart, "12abc") << 171 << none;
     QTest::newRow("no Content-Length") << http(upload, body, kMultipart, QByteArray()) << 171 << none;
@@ -147,16 +147,12 @@ void TestServerEmulator::answers()
     QFETCH(int, code);
     QFETCH(QByteArray, stored);
     QCOMPARE(codeFor(m_emulator->port(), request), code);
-    const QVector<ServerEmulator::Exchange> exchanges = m_emulator->exchanges();
-    QCOMPARE(exchanges.size(), 1);
-    QCOMPARE(exchanges.first().resultCode, code);
+    QCOMPARE(m_emulator->exchanges().size(), 1);
+    QCOMPARE(m_emulator->exchanges().first().resultCode, code);
     const QFileInfoList files = QDir(storageDir()).entryInfoList(QDir::Files);
     QCOMPARE(files.size(), stored.isNull() ? 0 : 1);
-    if (stored.isNull())
-        return;
-    QFile file(files.first().filePath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), stored);
+    QFile file(files.value(0).filePath());
+    QCOMPARE(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray(), stored);
 }
 
 // Every accepted upload gets a file of its own; a storage folder that cannot be made is reported.
