@@ -7,12 +7,6 @@ namespace device
 
 namespace
 {
-constexpr quint8 kSndUd = 0x53;
-constexpr quint8 kSndUdIdentification = 0x73;
-constexpr quint8 kSndNke = 0x40;
-constexpr quint8 kReqUd2 = 0x7B;
-constexpr quint8 kCiCommand = 0x51;
-constexpr quint8 kReadConfiguration = 0x7F;
 
 QByteArray bytes(std::initializer_list<quint8> values)
 {
@@ -25,18 +19,18 @@ QByteArray bytes(std::initializer_list<quint8> values)
 
 QByteArray informationRequest(quint8 address)
 {
-    return frames::mbusLong(kSndUd, address, kCiCommand, bytes({kReadConfiguration, 0x00}));
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({frames::kReadConfiguration, 0x00}));
 }
 
 QByteArray setAddressFrame(quint8 address, quint8 newAddress)
 {
-    return frames::mbusLong(kSndUd, address, kCiCommand, bytes({0x01, 0x7A, newAddress}));
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({0x01, 0x7A, newAddress}));
 }
 
 QByteArray identificationFrame(const QByteArray &fourBytes)
 {
     Q_ASSERT(fourBytes.size() == 4);
-    return frames::mbusLong(kSndUdIdentification, kPointToPointAddress, kCiCommand,
+    return frames::mbusLong(frames::kSndUdFcb, kPointToPointAddress, frames::kCiDataSend,
                             bytes({0x0C, 0x79}) + fourBytes);
 }
 
@@ -47,27 +41,27 @@ QByteArray identificationPreparationFrame()
 
 QByteArray speedFrame(quint8 address, quint8 speedCode)
 {
-    return frames::mbusLong(kSndUd, address, speedCode, QByteArray());
+    return frames::mbusLong(frames::kSndUd, address, speedCode, QByteArray());
 }
 
 QByteArray reportDayFrame(quint8 address, quint8 day)
 {
-    return frames::mbusLong(kSndUd, address, kCiCommand, bytes({0x01, 0xFF, 0x1A, day}));
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({0x01, 0xFF, 0x1A, day}));
 }
 
 QByteArray clockWriteFrame(quint8 address, const MbusDateTimeEncoding &dateTime)
 {
-    return frames::mbusLong(kSndUd, address, kCiCommand, bytes({0x06, 0x6D}) + dateTime.bytes());
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({0x06, 0x6D}) + dateTime.bytes());
 }
 
 QByteArray probeFrame(quint8 address)
 {
-    return frames::mbusShort(kSndNke, address);
+    return frames::mbusShort(frames::kSndNke, address);
 }
 
 QByteArray reqUd2Frame()
 {
-    return frames::mbusShort(kReqUd2, kPointToPointAddress);
+    return frames::mbusShort(frames::kReqUd2Fcb, kPointToPointAddress);
 }
 
 } // namespace device

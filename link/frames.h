@@ -28,6 +28,17 @@ constexpr quint8 kReadRegisters = 0x03;
 constexpr quint8 kWriteRegisters = 0x10;
 constexpr quint8 kErrorFlag = 0x80; // set in the function code of a register exception answer
 
+// M-Bus control fields (C), with and without the frame count bit, and the CI fields the ZORVA uses.
+constexpr quint8 kSndNke = 0x40;
+constexpr quint8 kSndUd = 0x53;
+constexpr quint8 kSndUdFcb = 0x73;
+constexpr quint8 kReqUd2 = 0x5B;
+constexpr quint8 kReqUd2Fcb = 0x7B;
+constexpr quint8 kRspUd = 0x08;
+constexpr quint8 kCiDataSend = 0x51;
+// The ZORVA's read-configuration command, first user-data byte after CI 0x51.
+constexpr quint8 kReadConfiguration = 0x7F;
+
 // Modbus CRC-16 (polynomial 0xA001, start 0xFFFF); an empty array gives 0xFFFF.
 quint16 crc16(const QByteArray &bytes);
 

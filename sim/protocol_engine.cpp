@@ -8,19 +8,11 @@
 namespace
 {
 
-constexpr quint8 kSndNke = 0x40;
 constexpr quint8 kReqUd1 = 0x5A;
 constexpr quint8 kReqUd1Fcb = 0x7A;
-constexpr quint8 kReqUd2 = 0x5B;
-constexpr quint8 kReqUd2Fcb = 0x7B;
-constexpr quint8 kSndUd = 0x53;
-constexpr quint8 kSndUdFcb = 0x73;
-constexpr quint8 kRspUd = 0x08;
-constexpr quint8 kCiDataSend = 0x51;
 constexpr quint8 kCiReset = 0x50;
 constexpr quint8 kCiVariableAnswer = 0x72;
 constexpr quint8 kCiApplicationError = 0x70;
-constexpr quint8 kReadConfiguration = 0x7F;
 constexpr quint8 kSpeedFirst = 0xBA;
 constexpr quint8 kSpeedLast = 0xBD;
 constexpr int kMaxRegisters = 125;
@@ -185,7 +177,7 @@ QByteArray ProtocolEngine::registerException(quint8 address, quint8 function, qu
 
 QByteArray ProtocolEngine::applicationError(quint8 address)
 {
-    return frames::mbusLong(kRspUd, address, kCiApplicationError, QByteArray(1, '\0'));
+    return frames::mbusLong(frames::kRspUd, address, kCiApplicationError, QByteArray(1, '\0'));
 }
 
 bool ProtocolEngine::readRegister(quint16 reg, const QDateTime &systemUtc, quint16 *value) const
@@ -274,12 +266,12 @@ EngineReply ProtocolEngine::handleShort(const QByteArray &frame, const QDateTime
     if (to != Target::Answered)
         return {};
     switch (control) {
-    case kSndNke:
+    case frames::kSndNke:
     case kReqUd1:
     case kReqUd1Fcb:
         return {QByteArray(1, static_cast<char>(frames::kAck)), false};
-    case kReqUd2:
-    case kReqUd2Fcb:
+    case frames::kReqUd2:
+    case frames::kReqUd2Fcb:
         return {dataTelegram(systemUtc), false};
     default:
         return {};
@@ -292,7 +284,7 @@ EngineReply ProtocolEngine::handleLong(const QByteArray &frame, const QDateTime 
     const Target to = target(byteAt(frame, 5));
     const quint8 ci = byteAt(frame, 6);
     const QByteArray data = frame.mid(7, frame.size() - 9);
-    if (to == Target::Foreign || (control != kSndUd && control != kSndUdFcb))
+    if (to == Target::Foreign || (control != frames::kSndUd && control != frames::kSndUdFcb))
         return {};
     const bool answered = to == Target::Answered;
     const QByteArray ack(1, static_cast<char>(frames::kAck));
@@ -304,9 +296,9 @@ EngineReply ProtocolEngine::handleLong(const QByteArray &frame, const QDateTime 
         model_.speedCode = ci;
         return {answered ? ack : QByteArray(), changed};
     }
-    if (ci != kCiDataSend)
+    if (ci != frames::kCiDataSend)
         return {};
-    if (data.size() == 2 && byteAt(data, 0) == kReadConfiguration) {
+    if (data.size() == 2 && byteAt(data, 0) == frames::kReadConfiguration) {
         const int channel = byteAt(data, 1);
         if (!answered || channel > model_.channelCount())
             return {};
@@ -395,7 +387,7 @@ QByteArray ProtocolEngine::header(quint32 identification, quint16 manufacturer, 
 
 QByteArray ProtocolEngine::rspUd(quint8 ci, const QByteArray &head, const QByteArray &records)
 {
-    return frames::mbusLong(kRspUd, model_.address, ci, head + records);
+    return frames::mbusLong(frames::kRspUd, model_.address, ci, head + records);
 }
 
 QByteArray ProtocolEngine::informationAnswer(const QDateTime &systemUtc)
