@@ -23,11 +23,6 @@ void recordMessage(QtMsgType, const QMessageLogContext &, const QString &message
     loggedMessages << message;
 }
 
-QByteArray withCode(const QByteArray &code)
-{
-    return QByteArrayLiteral("<velmoraData><Result>") + code + "</Result></velmoraData>";
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(RawHttpServer::Behaviour)
@@ -136,12 +131,12 @@ void TestCoreNetwork::replies_data()
     QTest::newRow("empty body") << answer << RawHttpServer::okResponse({}) << kNoCode;
     QTest::newRow("21-byte body") << answer << RawHttpServer::okResponse(QByteArray(21, 'x')) << kNoCode;
     QTest::newRow("\"0\" and two non-digits")
-        << answer << RawHttpServer::okResponse(withCode("0ab")) << kNoCode;
+        << answer << RawHttpServer::okResponse(RawHttpServer::resultBody("0ab")) << kNoCode;
     QTest::newRow("code 40, known to the common lookup only")
-        << answer << RawHttpServer::okResponse(withCode("040"))
+        << answer << RawHttpServer::okResponse(RawHttpServer::resultBody("040"))
         << QStringLiteral("Параметр CompanyId не найден.");
     QTest::newRow("\"000\" in a 6 MiB body")
-        << answer << RawHttpServer::okResponse(withCode("000") + QByteArray(6 * 1024 * 1024, '.'))
+        << answer << RawHttpServer::okResponse(RawHttpServer::resultBody("000") + QByteArray(6 * 1024 * 1024, '.'))
         << QString();
     QTest::newRow("HTTP 404") << answer << QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n")
                               << kLinkError;

@@ -19,11 +19,6 @@ const QByteArray kEmptyDataBody = QByteArrayLiteral(
     "DevVal\r\n--Config999\r\nContent-Disposition: form-data; name=\"DATA\"\r\n"
     "Content-Type: application/octet-stream\r\n\r\n\r\n--Config999--");
 
-QByteArray withCode(const QByteArray &code)
-{
-    return QByteArrayLiteral("<velmoraData><Result>") + code + "</Result></velmoraData>";
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(RawHttpServer::Behaviour)
@@ -96,7 +91,7 @@ void TestServerLink::emptyBufferOnTheWire()
     QFETCH(QString, baseSuffix);
     QFETCH(QByteArray, requestLine);
     qputenv("VELMORA_SERVER_URL", (m_server->baseAddress() + baseSuffix).toUtf8());
-    m_server->setResponse(RawHttpServer::okResponse(withCode("018")));
+    m_server->setResponse(RawHttpServer::okResponse(RawHttpServer::resultBody("018")));
     clickUpload();
     QTRY_COMPARE_WITH_TIMEOUT(m_server->requests().size(), 1, kBoxWaitMs);
     const RawRequest request = RawRequest::parse(m_server->requests().first());
@@ -118,7 +113,7 @@ void TestServerLink::filledBufferOnTheWire()
     const QNetworkRequest built = upload::request(m_server->baseAddress(), body);
     // As built, the length carries its CR LF CR LF; Qt writes its own Content-Length line instead.
     QCOMPARE(built.rawHeader("Content-Length"), QByteArray::number(body.size()) + "\r\n\r\n");
-    m_server->setResponse(RawHttpServer::okResponse(withCode("000")));
+    m_server->setResponse(RawHttpServer::okResponse(RawHttpServer::resultBody("000")));
     QNetworkAccessManager manager;
     std::unique_ptr<QNetworkReply> reply(manager.post(built, body));
     QTRY_COMPARE_WITH_TIMEOUT(m_server->requests().size(), 1, kBoxWaitMs);
@@ -135,10 +130,10 @@ void TestServerLink::replyBoxes_data()
     QTest::addColumn<QString>("text"); // an "Error" box: a part of its text
     const auto answer = RawHttpServer::Behaviour::Answer;
     const auto ok = &RawHttpServer::okResponse;
-    QTest::newRow("\"139\"") << answer << ok(withCode("139")) << "Неверное имя пользователя или пароль.";
-    QTest::newRow("code 40, no row") << answer << ok(withCode("040")) << "";
+    QTest::newRow("\"139\"") << answer << ok(RawHttpServer::resultBody("139")) << "Неверное имя пользователя или пароль.";
+    QTest::newRow("code 40, no row") << answer << ok(RawHttpServer::resultBody("040")) << "";
     QTest::newRow("empty body") << answer << ok({}) << "OK.";
-    QTest::newRow("6 MiB body") << answer << ok(withCode("018") + QByteArray(6 * 1024 * 1024, ' '))
+    QTest::newRow("6 MiB body") << answer << ok(RawHttpServer::resultBody("018") + QByteArray(6 * 1024 * 1024, ' '))
                                 << "Нет данных для сохранения.";
     QTest::newRow("refused connection") << RawHttpServer::Behaviour::Refuse << QByteArray() << "refused";
     QTest::newRow("cut off mid-transfer") << RawHttpServer::Behaviour::CutOff << QByteArray() << "closed";
@@ -170,7 +165,7 @@ void TestServerLink::replyBoxes()
 
 void TestServerLink::everyClickGetsItsOwnReply()
 {
-    m_server->setResponse(RawHttpServer::okResponse(withCode("139")));
+    m_server->setResponse(RawHttpServer::okResponse(RawHttpServer::resultBody("139")));
     clickUpload();
     clickUpload();
     clickUpload();

@@ -114,3 +114,8 @@ QByteArray RawRequest::header(const QByteArray &name) const
     }
     return {};
 }
+
+QByteArray RawHttpServer::resultBody(const QByteArray &code)
+{
+    return QByteArrayLiteral("<velmoraData><Result>") + code + "</Result></velmoraData>";
+}

@@ -32,6 +32,8 @@ public:
     // The response written after each complete request (Behaviour::Answer).
     void setResponse(const QByteArray &response) { m_response = response; }
     static QByteArray okResponse(const QByteArray &body);
+    // A metering-server reply body carrying its three-character result code at bytes 21..23.
+    static QByteArray resultBody(const QByteArray &code);
 
     // Complete requests (headers and the body their Content-Length announces), in arrival order.
     QList<QByteArray> requests() const { return m_requests; }
