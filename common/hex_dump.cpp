@@ -24,3 +24,8 @@ QString hexDump(const QByteArray &bytes)
 {
     return QString::fromLatin1(bytes.toHex(' ').toUpper());
 }
+
+QString logHex(const QByteArray &bytes, bool spaced)
+{
+    return QString::fromLatin1(spaced ? bytes.toHex(' ') : bytes.toHex());
+}

@@ -18,3 +18,6 @@ bool parseHexDump(const QString &text, QByteArray *bytes, HexDumpFault *fault = 
 
 // "68 1B 1B 68": upper case, one space between bytes.
 QString hexDump(const QByteArray &bytes);
+
+// Lower-case hex as the service logs show it: "681b1b68", or "68 1b 1b 68" when spaced.
+QString logHex(const QByteArray &bytes, bool spaced = false);

@@ -26,8 +26,6 @@ namespace device
 {
 
 constexpr int kMbusDateTimeBytes = 6;
-constexpr quint16 kClockRegister = 8;
-constexpr quint16 kClockRegisterCount = 2;
 constexpr int kClockAnswerMinBytes = 7; // through register 9's low byte
 
 // The intermediate values of the encoding, kept for the write's log lines.

@@ -24,8 +24,6 @@ namespace device
 
 constexpr quint8 kPointToPointAddress = 0xFE;
 constexpr quint8 kAlwaysListedAddress = 254;
-constexpr quint16 kAddressRegister = 5;
-constexpr quint16 kSpeedRegister = 6;
 constexpr quint16 kOneRegister = 1;
 constexpr int kOneRegisterValueOffset = 4;
 

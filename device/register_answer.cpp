@@ -31,4 +31,18 @@ RegisterAnswerFault checkRegisterReadAnswer(const QByteArray &answer, quint16 co
     return RegisterAnswerFault::None;
 }
 
+RegisterWriteCheck checkRegisterWriteAnswer(const QByteArray &answer, quint16 reg, quint16 count)
+{
+    if (answer.isEmpty())
+        return {RegisterAnswerFault::NoAnswer, 0};
+    if (answer.size() >= 3 && (static_cast<quint8>(answer.at(1)) & frames::kErrorFlag))
+        return {RegisterAnswerFault::Exception, static_cast<quint8>(answer.at(2))};
+    const QByteArray echo = answer.mid(1, kRegisterWriteAnswerBytes - 1);
+    QByteArray expected;
+    expected.append(static_cast<char>(frames::kWriteRegisters));
+    expected.append(static_cast<char>(reg >> 8)).append(static_cast<char>(reg & 0xFF));
+    expected.append(static_cast<char>(count >> 8)).append(static_cast<char>(count & 0xFF));
+    return {echo == expected ? RegisterAnswerFault::None : RegisterAnswerFault::NotAnAnswer, 0};
+}
+
 } // namespace device

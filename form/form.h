@@ -205,8 +205,27 @@ private:
     // Serial session (form_port.cpp).
     void listPortsAndConfigureLine();
 
-    // Exchange helpers (form_port.cpp).
+    // Exchange steps (form_exchange.cpp); every device command is built from these.
+    // Empties the answer list and the port's buffers; false after "Порт закрыт" when the port is closed.
+    bool beginExchange();
     bool portIsOpenOrWarn();
+    // Writes `packet`; false when the port refused it.
+    bool writePacket();
+    enum class Wait { Standard, Channel }; // the channel variant takes its first-byte pause from the field
+    // The completion pattern in its two halves, for commands that log between them: send (reader
+    // disconnected), then wait and read once; true when an answer arrived.
+    bool sendForCompletion(const QByteArray &request);
+    bool collectCompletion(Wait wait = Wait::Standard);
+    bool exchangeWithCompletion(const QByteArray &request, Wait wait = Wait::Standard);
+    // A write the device acknowledges with E5; anything else shows `failText`.
+    bool writeExpectingAck(const QByteArray &frame, const QString &failText, Wait wait = Wait::Standard);
+    bool firstAnswerIsAck() const;
+    // Fixed-pause register read at the working address; the answer with split entries joined, or
+    // nothing after "Ошибка чтения данных" when it is missing or faulty.
+    QByteArray readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs);
+    // Fixed-pause register write (function 16) at the working address; the answer with split
+    // entries joined, unchecked.
+    QByteArray writeRegisters(quint16 reg, quint16 count, const QByteArray &data, int pauseMs);
     void connectReader();
     void disconnectReader();
     void waitBeyondWriting();
@@ -220,16 +239,6 @@ private:
     friend class TestLinkExchange;
 
     // Device settings (form_device.cpp).
-    // Empties the answer list and the port's buffers before a request.
-    void beginExchange();
-    // Writes `packet`; false when the port refused it.
-    bool writePacket();
-    // Completion pattern; true when an answer arrived.
-    bool exchangeWithCompletion(const QByteArray &request);
-    // Fixed-pause register read at the working address; the answer with split entries joined, or
-    // nothing after "Ошибка чтения данных" when it is missing or faulty.
-    QByteArray readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs);
-    bool firstAnswerIsAck() const;
     // Shows the device's wall-clock fields in dateTimeEdit as they are, whatever the PC's zone.
     void showDeviceClock(const QDate &date, const QTime &time);
 
@@ -272,7 +281,6 @@ private:
     quint8 stopScan = 0;
     int addressTried = 0;
 
-    QByteArray valueBuffer;
     QByteArray uploadBuffer;
     QTimer *timer;
 };

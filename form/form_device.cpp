@@ -1,6 +1,7 @@
 #include "form/form.h"
 #include "ui_form.h"
 
+#include "common/hex_dump.h"
 #include "common/mbus_telegram_text.h"
 #include "common/message_boxes.h"
 #include "common/pause.h"
@@ -9,6 +10,7 @@
 #include "device/identification.h"
 #include "device/parameter_frames.h"
 #include "device/raw_command.h"
+#include "device/register_map.h"
 #include "device/register_answer.h"
 #include "device/user_input.h"
 #include "link/frames.h"
@@ -24,65 +26,12 @@ constexpr int kReqUd2CollectMs = 5000;
 constexpr int kSpeedListFallbackIndex = 3; // "9600"
 const char *const kClockDisplayFormat = "dd.MM.yyyy hh:mm:ss";
 
-QString hexOf(const QByteArray &bytes)
-{
-    return QString::fromLatin1(bytes.toHex());
-}
-
 QString trueFalse(bool value)
 {
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
 } // namespace
-
-// ---- Exchange steps shared by the device-settings commands ----
-
-void Form::beginExchange()
-{
-    vectorPortRead.clear();
-    dataAnswer.clear();
-    if (port->isOpen())
-        port->clear(QSerialPort::AllDirections);
-}
-
-bool Form::writePacket()
-{
-    // QIODevice::write refuses exactly a device that is not open for writing.
-    const bool writable = port->isOpen() && port->isWritable();
-    on_pushButton_portWrite_clicked();
-    return writable;
-}
-
-bool Form::exchangeWithCompletion(const QByteArray &request)
-{
-    packet = request;
-    disconnectReader();
-    writePacket();
-    waitBeyondWriting();
-    on_portReadyRead();
-    return !vectorPortRead.isEmpty();
-}
-
-QByteArray Form::readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs)
-{
-    connectReader();
-    packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
-    writePacket();
-    nonBlockingPause(pauseMs);
-    disconnectReader();
-    const QByteArray answer = device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
-    if (device::checkRegisterReadAnswer(answer, count) == device::RegisterAnswerFault::None)
-        return answer;
-    showErrorBox(tr("Ошибка чтения данных"), this);
-    return {};
-}
-
-bool Form::firstAnswerIsAck() const
-{
-    return !vectorPortRead.isEmpty() && !vectorPortRead.first().isEmpty() &&
-           quint8(vectorPortRead.first().at(0)) == frames::kAck;
-}
 
 void Form::showDeviceClock(const QDate &date, const QTime &time)
 {
@@ -95,8 +44,7 @@ void Form::showDeviceClock(const QDate &date, const QTime &time)
 
 void Form::on_pushButton_AddressRequest_clicked()
 {
-    vectorPortRead.clear();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     const QString startText = ui->lineEdit_AddressRangeStart->text();
     const QString endText = ui->lineEdit_AddressRangeEnd->text();
@@ -207,17 +155,16 @@ void Form::slotProgressBar()
 
 void Form::on_pushButton_DateRead_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     const QByteArray answer =
-        readRegistersOrWarn(device::kClockRegister, device::kClockRegisterCount, kClockReadPauseMs);
+        readRegistersOrWarn(device::registers::kClock, device::registers::kClockCount, kClockReadPauseMs);
     if (answer.isEmpty())
         return;
     logLine(QStringLiteral("vectorPortRead.size"), QString::number(vectorPortRead.size()));
-    logLine(QStringLiteral("vectorPortRead"), hexOf(answer));
-    logLine(QStringLiteral("vectorPortRead->at(0)"), QString::fromLatin1(vectorPortRead.first().toHex(' ')));
-    logLine(QStringLiteral("vectorPortRead->at(0).toHex()"), hexOf(vectorPortRead.first()));
+    logLine(QStringLiteral("vectorPortRead"), logHex(answer));
+    logLine(QStringLiteral("vectorPortRead->at(0)"), logHex(vectorPortRead.first(), true));
+    logLine(QStringLiteral("vectorPortRead->at(0).toHex()"), logHex(vectorPortRead.first()));
     const quint32 seconds = device::registerClockSeconds(answer);
     logLine(QStringLiteral("q"), QString::number(seconds));
     const QDateTime utc = device::registerClockUtc(seconds);
@@ -236,8 +183,7 @@ void Form::on_pushButton_DateWrite_clicked()
         const QDateTime utc = QDateTime::currentDateTimeUtc();
         showDeviceClock(utc.date(), utc.time());
     }
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
 
     const device::MbusDateTimeEncoding e =
@@ -249,12 +195,8 @@ void Form::on_pushButton_DateWrite_clicked()
     logLine(QStringLiteral("QString::number(monthByteToWrite)"), QString::number(e.monthByte));
     logLine(QStringLiteral("QString::number(hourByteToWrite)"), QString::number(e.hourByte));
 
-    exchangeWithCompletion(device::clockWriteFrame(deviceAddress, e));
-    if (firstAnswerIsAck()) {
+    if (writeExpectingAck(device::clockWriteFrame(deviceAddress, e), tr("Ошибка записи данных")))
         vectorPortRead.clear();
-        return;
-    }
-    showErrorBox(tr("Ошибка записи данных"), this);
 }
 
 // The edit is read when the clock is written.
@@ -267,36 +209,31 @@ void Form::on_checkBox_SynchronizashionWithPC_clicked() {}
 
 void Form::on_pushButton_ReadCurrentNetAddress_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     ui->lineEdit_CurrentNetAddress->clear();
     const QByteArray answer =
-        readRegistersOrWarn(device::kAddressRegister, device::kOneRegister, kRegisterReadPauseMs);
+        readRegistersOrWarn(device::registers::kAddress, device::kOneRegister, kRegisterReadPauseMs);
     if (answer.isEmpty())
         return;
     const quint8 address = quint8(answer.at(device::kOneRegisterValueOffset));
     ui->lineEdit_CurrentNetAddress->setText(QString::number(address));
     logLine(QStringLiteral("vectorPortRead"), QString::number(vectorPortRead.size()));
-    logLine(QStringLiteral("vectorPorRead.at(0)"), hexOf(answer));
+    logLine(QStringLiteral("vectorPorRead.at(0)"), logHex(answer));
     logLine(QStringLiteral("vectorPortRead.at(0)[4]"), QString::number(address));
 }
 
 void Form::on_pushButton_WriteNewNetAddress_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     if (ui->spinBox_NewNetAddress->cleanText().trimmed().isEmpty()) {
         showErrorBox(tr("Адрес не введён"), this);
         return;
     }
     newNetAddress = quint8(ui->spinBox_NewNetAddress->value());
-    exchangeWithCompletion(device::setAddressFrame(deviceAddress, newNetAddress));
-    if (!firstAnswerIsAck()) {
-        showErrorBox(tr("Ошибка записи данных"), this);
+    if (!writeExpectingAck(device::setAddressFrame(deviceAddress, newNetAddress), tr("Ошибка записи данных")))
         return;
-    }
     // The device now answers at its new address; the point-to-point address keeps reaching it.
     if (deviceAddress != device::kPointToPointAddress)
         ui->lineEdit_oneAddress->setText(QString::number(newNetAddress));
@@ -311,8 +248,7 @@ void Form::on_spinBox_NewNetAddress_valueChanged(int value)
 
 void Form::on_pushButton_SerialNumberSet_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     if (serialToWrite.size() != 4 || ui->spinBox_SerialNumberSet->cleanText().trimmed().isEmpty()) {
         showErrorBox(tr("Номер не введён"), this);
@@ -321,11 +257,8 @@ void Form::on_pushButton_SerialNumberSet_clicked()
     for (const QByteArray &frame :
          {device::identificationPreparationFrame(), device::identificationFrame(serialToWrite)}) {
         beginExchange();
-        exchangeWithCompletion(frame);
-        if (!firstAnswerIsAck()) {
-            showErrorBox(tr("Ошибка записи"), this);
+        if (!writeExpectingAck(frame, tr("Ошибка записи")))
             return;
-        }
     }
     vectorPortRead.clear();
 }
@@ -337,20 +270,19 @@ void Form::on_spinBox_SerialNumberSet_valueChanged(const QString &text)
     serialToWrite = isNumber ? device::identificationBytes(number) : QByteArray();
     const QString digits = QStringLiteral("%1").arg(number, 8, 10, QLatin1Char('0'));
     logLine(QStringLiteral("serialByteArray"), digits);
-    logLine(QStringLiteral("serialByteArrayHex"), QString::fromLatin1(digits.toLatin1().toHex()));
-    logLine(QStringLiteral("serialToWrite"), QString::fromLatin1(serialToWrite.toHex(' ')));
-    logLine(QStringLiteral("serialToWriteHex"), hexOf(serialToWrite));
+    logLine(QStringLiteral("serialByteArrayHex"), logHex(digits.toLatin1()));
+    logLine(QStringLiteral("serialToWrite"), logHex(serialToWrite, true));
+    logLine(QStringLiteral("serialToWriteHex"), logHex(serialToWrite));
     for (int i = 0; i < serialToWrite.size(); ++i)
         logLine(QStringLiteral("serialToWrite[%1]").arg(i), QString::number(quint8(serialToWrite.at(i)), 16));
 }
 
 void Form::on_pushButton_readRate_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     const QByteArray answer =
-        readRegistersOrWarn(device::kSpeedRegister, device::kOneRegister, kRegisterReadPauseMs);
+        readRegistersOrWarn(device::registers::kSpeed, device::kOneRegister, kRegisterReadPauseMs);
     if (answer.isEmpty())
         return;
     const int index = quint8(answer.at(device::kOneRegisterValueOffset));
@@ -363,14 +295,10 @@ void Form::on_pushButton_readRate_clicked()
 
 void Form::on_pushButton_writeRate_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
-    exchangeWithCompletion(device::speedFrame(deviceAddress, speedCode));
-    if (!firstAnswerIsAck()) {
-        showErrorBox(tr("Ошибка записи данных"), this);
+    if (!writeExpectingAck(device::speedFrame(deviceAddress, speedCode), tr("Ошибка записи данных")))
         return;
-    }
     vectorPortRead.clear();
     // The device has switched: the port follows it.
     const int item = ui->comboBox_selectRate->findData(speedCode);
@@ -392,8 +320,7 @@ void Form::on_comboBox_writeRate_currentTextChanged(const QString &) {}
 
 void Form::on_pushButton_writeReportDay_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     const QString text = ui->lineEdit_reportDay->text();
     const std::optional<quint8> day = device::parseReportDay(text);
@@ -427,20 +354,15 @@ void Form::on_lineEdit_VersionPO_textChanged(const QString &) {}
 
 void Form::on_pushButton_readZorvaConfig_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
-    packet = device::informationRequest(deviceAddress);
-    disconnectReader();
-    const bool written = writePacket();
-    logLine(QStringLiteral("packetToPort.toHex()"), hexOf(packet));
+    const bool written = sendForCompletion(device::informationRequest(deviceAddress));
+    logLine(QStringLiteral("packetToPort.toHex()"), logHex(packet));
     if (!written) {
         showErrorBox(tr("Ошибка при записи пакета в порт"), this);
         return;
     }
-    waitBeyondWriting();
-    on_portReadyRead();
-    if (vectorPortRead.isEmpty()) {
+    if (!collectCompletion()) {
         showErrorBox(tr("Нет ответа"), this);
         return;
     }
@@ -469,7 +391,7 @@ void Form::on_pushButton_readZorvaConfig_clicked()
     ui->lineEdit_assemblyNumber->setText(QString::number(info.buildNumber));
     ui->lineEdit_reportDay->setText(QString::number(info.reportDay));
 
-    logLine(QStringLiteral("dateTimeUTC.toHex()"), hexOf(info.dateTimeBytes));
+    logLine(QStringLiteral("dateTimeUTC.toHex()"), logHex(info.dateTimeBytes));
     const device::MbusDateTimeFields &f = info.dateTime;
     logLine(QStringLiteral("QString::number(secondInt)"), QString::number(f.second));
     logLine(QStringLiteral("QString::number(minuteInt)"), QString::number(f.minute));
@@ -494,15 +416,13 @@ void Form::on_pushButton_readZorvaConfig_clicked()
 
 void Form::on_pushButton_REQ_UD2_clicked()
 {
-    vectorPortRead.clear();
-    dataAnswer.clear();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     packet = device::reqUd2Frame();
     lineBytes.clear();
     connectReader();
     const bool written = writePacket();
-    logLine2(QStringLiteral("packetToPort.toHex()"), hexOf(packet));
+    logLine2(QStringLiteral("packetToPort.toHex()"), logHex(packet));
     if (!written) {
         disconnectReader();
         showErrorBox(tr("Ошибка при записи пакета в порт."), this);
@@ -517,7 +437,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
         logLine2(tr("Нет ответа"));
         return;
     }
-    logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(lineBytes.toHex(' ')));
+    logLine2(QStringLiteral("answer.toHex()"), logHex(lineBytes, true));
     logLine2(telegramToRussianText(lineBytes));
 
     // A whole data telegram is the device's readings: it becomes what "Отправить на сервер" sends.
@@ -528,8 +448,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
 
 void Form::on_pushButton_sendCommand_clicked()
 {
-    beginExchange();
-    if (!portIsOpenOrWarn())
+    if (!beginExchange())
         return;
     const QString text = ui->lineEdit_command->text();
     const device::RawCommand command = device::parseRawCommand(text);
@@ -540,9 +459,9 @@ void Form::on_pushButton_sendCommand_clicked()
     logLine(QStringLiteral("QString::number(crcMod256, 16)"),
             QString::number(device::rawCommandChecksum(command.bytes), 16));
     const QByteArray frame = device::completeRawCommand(command.bytes);
-    logLine2(QStringLiteral("packetToPort.toHex()"), hexOf(frame));
+    logLine2(QStringLiteral("packetToPort.toHex()"), logHex(frame));
     if (exchangeWithCompletion(frame))
-        logLine2(QStringLiteral("answer.toHex()"), QString::fromLatin1(vectorPortRead.first().toHex(' ')));
+        logLine2(QStringLiteral("answer.toHex()"), logHex(vectorPortRead.first(), true));
     else
         logLine2(tr("Нет ответа"));
 }

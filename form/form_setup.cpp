@@ -72,7 +72,6 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
     ui->tabWidget->setTabText(1, tr("Каналы"));
     ui->tabWidget->setCurrentIndex(0);
 
-    valueBuffer.resize(4);
     ui->lineEdit_NewDomen->setMaxLength(kDomainMaxLength);
     ui->lineEdit_DeviceNumber->setMaxLength(kDeviceNumberMaxLength);
     ui->lineEdit_DeviceNumber->setText(QStringLiteral("12345678"));

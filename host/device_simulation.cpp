@@ -9,7 +9,7 @@ DeviceSimulation::~DeviceSimulation() = default;
 
 bool DeviceSimulation::start(quint8 address, QString *error)
 {
-    auto simulator = std::make_unique<DeviceSimulator>();
+    auto simulator = std::make_unique<sim::DeviceSimulator>();
     simulator->model().address = address;
     if (!simulator->start(error))
         return false;
@@ -30,5 +30,5 @@ QString DeviceSimulation::portPath() const
 
 bool DeviceSimulation::parseAddress(const QString &text, quint8 *address)
 {
-    return DeviceModel::parseAddress(text, address);
+    return sim::DeviceModel::parseAddress(text, address);
 }

@@ -8,7 +8,10 @@
 #include <QtGlobal>
 #include <memory>
 
+namespace sim
+{
 class DeviceSimulator;
+}
 
 class DeviceSimulation
 {
@@ -25,5 +28,5 @@ public:
     static bool parseAddress(const QString &text, quint8 *address);
 
 private:
-    std::unique_ptr<DeviceSimulator> m_simulator;
+    std::unique_ptr<sim::DeviceSimulator> m_simulator;
 };

@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+namespace sim
+{
+
 namespace
 {
 
@@ -106,3 +109,5 @@ float floatFromBytes(const QByteArray &bytes)
     std::memcpy(&value, &bits, sizeof value);
     return value;
 }
+
+} // namespace sim

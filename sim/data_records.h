@@ -12,6 +12,9 @@
 #include <QList>
 #include <QtGlobal>
 
+namespace sim
+{
+
 struct DataRecord {
     quint8 dif = 0;
     int subunit = 0; // sub-unit number assembled from the DIFE chain (0 without DIFE)
@@ -33,3 +36,5 @@ void appendLittleEndian(QByteArray &out, quint64 value, int bytes);
 quint64 littleEndian(const QByteArray &bytes);
 QByteArray floatBytes(float value);
 float floatFromBytes(const QByteArray &bytes);
+
+} // namespace sim

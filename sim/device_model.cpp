@@ -6,6 +6,9 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+namespace sim
+{
+
 namespace
 {
 
@@ -262,3 +265,5 @@ bool DeviceModel::load(const QString &file, QString *error)
     *this = m;
     return true;
 }
+
+} // namespace sim

@@ -8,6 +8,9 @@
 #include <QtGlobal>
 #include <array>
 
+namespace sim
+{
+
 struct ChannelState {
     quint32 counter = 0;        // pulses counted so far
     float value = 0;            // present value in the channel's unit
@@ -57,3 +60,5 @@ struct DeviceModel {
     QDateTime clockUtc(const QDateTime &systemUtc) const;
     void setClockUtc(const QDateTime &deviceUtc, const QDateTime &systemUtc);
 };
+
+} // namespace sim

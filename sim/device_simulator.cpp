@@ -11,6 +11,9 @@
 #include <QTimer>
 #include <algorithm>
 
+namespace sim
+{
+
 namespace
 {
 
@@ -257,3 +260,5 @@ void DeviceSimulator::transmit()
     }
     scheduleTransmit();
 }
+
+} // namespace sim

@@ -16,6 +16,9 @@
 #include <QString>
 #include <memory>
 
+namespace sim
+{
+
 class DeviceSimulator : public QObject
 {
     Q_OBJECT
@@ -62,3 +65,5 @@ private:
     struct Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace sim

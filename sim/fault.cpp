@@ -6,6 +6,9 @@
 #include <QRandomGenerator>
 #include <QStringList>
 
+namespace sim
+{
+
 namespace
 {
 
@@ -159,3 +162,5 @@ QList<QByteArray> answerPieces(const QByteArray &answer, const RequestFrame &req
     }
     return {answer};
 }
+
+} // namespace sim

@@ -10,6 +10,9 @@
 
 class QRandomGenerator;
 
+namespace sim
+{
+
 enum class Fault {
     None,
     Silence,           // no answer at all
@@ -31,3 +34,5 @@ QStringList faultNames();
 // No piece at all means silence. `deviceAddress` addresses an exception answer.
 QList<QByteArray> answerPieces(const QByteArray &answer, const RequestFrame &request, quint8 deviceAddress,
                                Fault fault, QRandomGenerator &random);
+
+} // namespace sim

@@ -1,12 +1,18 @@
 #include "sim/protocol_engine.h"
 
+#include "device/register_map.h"
 #include "link/frames.h"
 #include "sim/data_records.h"
 
 #include <cmath>
 
+namespace sim
+{
+
 namespace
 {
+
+namespace regs = device::registers;
 
 constexpr quint8 kReqUd1 = 0x5A;
 constexpr quint8 kReqUd1Fcb = 0x7A;
@@ -183,21 +189,21 @@ QByteArray ProtocolEngine::applicationError(quint8 address)
 bool ProtocolEngine::readRegister(quint16 reg, const QDateTime &systemUtc, quint16 *value) const
 {
     const int channels = model_.channelCount();
-    if (reg == kRegAddress) {
+    if (reg == regs::kAddress) {
         *value = model_.address;
-    } else if (reg == kRegSpeed) {
+    } else if (reg == regs::kSpeed) {
         *value = static_cast<quint16>(model_.speedCode - kSpeedFirst);
-    } else if (reg == kRegClockLow || reg == kRegClockHigh) {
+    } else if (reg == regs::kClock || reg == regs::kClock + 1) {
         const quint32 seconds = deviceSeconds(model_, systemUtc);
-        *value = static_cast<quint16>(reg == kRegClockLow ? seconds & 0xFFFF : seconds >> 16);
-    } else if (reg >= kRegCounters && reg < kRegCounters + 2 * channels) {
-        const quint32 counter = model_.channels[static_cast<size_t>((reg - kRegCounters) / 2)].counter;
-        *value = static_cast<quint16>((reg - kRegCounters) % 2 == 0 ? counter & 0xFFFF : counter >> 16);
-    } else if (reg >= kRegValues && reg < kRegValues + 2 * channels) {
+        *value = static_cast<quint16>(reg == regs::kClock ? seconds & 0xFFFF : seconds >> 16);
+    } else if (reg >= regs::kCounters && reg < regs::kCounters + 2 * channels) {
+        const quint32 counter = model_.channels[static_cast<size_t>((reg - regs::kCounters) / 2)].counter;
+        *value = static_cast<quint16>((reg - regs::kCounters) % 2 == 0 ? counter & 0xFFFF : counter >> 16);
+    } else if (reg >= regs::kValues && reg < regs::kValues + 2 * channels) {
         const QByteArray bits =
-            floatBytes(model_.channels[static_cast<size_t>((reg - kRegValues) / 2)].value);
+            floatBytes(model_.channels[static_cast<size_t>((reg - regs::kValues) / 2)].value);
         const quint32 raw = static_cast<quint32>(littleEndian(bits));
-        *value = static_cast<quint16>((reg - kRegValues) % 2 == 0 ? raw & 0xFFFF : raw >> 16);
+        *value = static_cast<quint16>((reg - regs::kValues) % 2 == 0 ? raw & 0xFFFF : raw >> 16);
     } else {
         return false;
     }
@@ -239,15 +245,15 @@ EngineReply ProtocolEngine::handleRegister(const QByteArray &frame, const QDateT
     if (count < 1 || byteCount != 2 * count)
         return answerIf(registerException(self, function, kIllegalValue), false);
     const int channels = model_.channelCount();
-    const bool journal = start == kRegJournalClear && count == 1;
-    const bool counters = start >= kRegCounters && start + count <= kRegCounters + 2 * channels;
+    const bool journal = start == regs::kJournalClear && count == 1;
+    const bool counters = start >= regs::kCounters && start + count <= regs::kCounters + 2 * channels;
     if (!journal && !counters)
         return answerIf(registerException(self, function, kIllegalAddress), false);
     if (journal) {
         ++model_.journalClears;
     } else {
         for (int i = 0; i < count; ++i) {
-            const int reg = start + i - kRegCounters;
+            const int reg = start + i - regs::kCounters;
             quint32 &counter = model_.channels[static_cast<size_t>(reg / 2)].counter;
             const quint32 half = word(frame, 7 + 2 * i);
             counter = reg % 2 == 0 ? (counter & 0xFFFF0000u) | half : (counter & 0xFFFFu) | half << 16;
@@ -436,3 +442,5 @@ QByteArray ProtocolEngine::dataTelegram(const QDateTime &systemUtc)
         header(model_.identification, model_.manufacturerCode(), model_.mbusVersion, model_.medium);
     return rspUd(kCiVariableAnswer, head, records);
 }
+
+} // namespace sim

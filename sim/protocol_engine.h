@@ -29,6 +29,9 @@
 #include <QByteArray>
 #include <QDateTime>
 
+namespace sim
+{
+
 struct EngineReply {
     QByteArray answer;    // empty: the device stays silent
     bool changed = false; // the request changed the device's state
@@ -39,13 +42,6 @@ class ProtocolEngine
 public:
     static constexpr quint8 kPointToPoint = 0xFE; // answered by any device
     static constexpr quint8 kBroadcast = 0xFF;    // acted on, never answered
-    static constexpr quint16 kRegAddress = 5;
-    static constexpr quint16 kRegSpeed = 6;
-    static constexpr quint16 kRegClockLow = 8;
-    static constexpr quint16 kRegClockHigh = 9;
-    static constexpr quint16 kRegJournalClear = 11;
-    static constexpr quint16 kRegCounters = 8192;
-    static constexpr quint16 kRegValues = 8272;
     static constexpr quint8 kIllegalAddress = 0x02;
     static constexpr quint8 kIllegalValue = 0x03;
 
@@ -72,3 +68,5 @@ private:
 
     DeviceModel &model_;
 };
+
+} // namespace sim

@@ -9,6 +9,9 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace sim
+{
+
 namespace
 {
 
@@ -186,3 +189,5 @@ void PseudoTerminal::unlink()
         QFile::remove(linkPath_);
     linkPath_.clear();
 }
+
+} // namespace sim

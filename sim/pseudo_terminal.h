@@ -7,6 +7,9 @@
 #include <QByteArray>
 #include <QString>
 
+namespace sim
+{
+
 class PseudoTerminal
 {
 public:
@@ -40,3 +43,5 @@ private:
     QString slavePath_;
     QString linkPath_;
 };
+
+} // namespace sim

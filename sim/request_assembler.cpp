@@ -2,6 +2,9 @@
 
 #include "link/frames.h"
 
+namespace sim
+{
+
 namespace
 {
 
@@ -97,3 +100,5 @@ void RequestAssembler::reset()
     dropped_ += buffer_.size();
     buffer_.clear();
 }
+
+} // namespace sim

@@ -10,6 +10,9 @@
 #include <QByteArray>
 #include <QList>
 
+namespace sim
+{
+
 enum class RequestFraming { Register, MBus };
 
 struct RequestFrame {
@@ -31,3 +34,5 @@ private:
     QByteArray buffer_;
     int dropped_ = 0;
 };
+
+} // namespace sim

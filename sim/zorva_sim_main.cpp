@@ -47,11 +47,11 @@ int main(int argc, char *argv[])
         QStringLiteral("file"));
     const QCommandLineOption faultOption(
         QStringLiteral("fault"),
-        QStringLiteral("Fault in every answer: %1.").arg(faultNames().join(QStringLiteral(", "))),
+        QStringLiteral("Fault in every answer: %1.").arg(sim::faultNames().join(QStringLiteral(", "))),
         QStringLiteral("name"));
     const QCommandLineOption turnaroundOption(
         QStringLiteral("turnaround"),
-        QStringLiteral("Pause before answering, ms (default %1).").arg(DeviceSimulator::kDefaultTurnaroundMs),
+        QStringLiteral("Pause before answering, ms (default %1).").arg(sim::DeviceSimulator::kDefaultTurnaroundMs),
         QStringLiteral("ms"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print every request and answer on stderr."));
@@ -59,15 +59,15 @@ int main(int argc, char *argv[])
                        turnaroundOption, verboseOption});
     parser.process(app);
 
-    DeviceSimulator device;
-    DeviceModel &model = device.model();
+    sim::DeviceSimulator device;
+    sim::DeviceModel &model = device.model();
     const QString stateFile = parser.value(stateOption);
     QString error;
     if (!stateFile.isEmpty() && QFileInfo::exists(stateFile) && !model.load(stateFile, &error))
         return fail(QStringLiteral("cannot load %1: %2").arg(stateFile, error));
 
     if (parser.isSet(addressOption) &&
-        !DeviceModel::parseAddress(parser.value(addressOption), &model.address))
+        !sim::DeviceModel::parseAddress(parser.value(addressOption), &model.address))
         return fail(QStringLiteral("the address must be 0..250"));
     bool ok = true;
     if (parser.isSet(versionOption)) {
@@ -80,17 +80,17 @@ int main(int argc, char *argv[])
     if (parser.isSet(speedOption)) {
         const int baud = parser.value(speedOption).toInt();
         quint8 code = 0xBA;
-        while (code <= 0xBD && DeviceModel::baudRateOf(code) != baud)
+        while (code <= 0xBD && sim::DeviceModel::baudRateOf(code) != baud)
             ++code;
         if (code > 0xBD)
             return fail(QStringLiteral("the speed must be 1200, 2400, 4800 or 9600"));
         model.speedCode = code;
     }
     if (parser.isSet(faultOption)) {
-        Fault fault = Fault::None;
-        if (!faultFromName(parser.value(faultOption), &fault))
+        sim::Fault fault = sim::Fault::None;
+        if (!sim::faultFromName(parser.value(faultOption), &fault))
             return fail(
-                QStringLiteral("unknown fault; one of: %1").arg(faultNames().join(QStringLiteral(", "))));
+                QStringLiteral("unknown fault; one of: %1").arg(sim::faultNames().join(QStringLiteral(", "))));
         device.setFault(fault, true);
     }
     if (parser.isSet(turnaroundOption)) {
@@ -107,10 +107,10 @@ int main(int argc, char *argv[])
                 fail(QStringLiteral("cannot save %1: %2").arg(stateFile, saveError));
         };
         save();
-        QObject::connect(&device, &DeviceSimulator::modelChanged, &app, save);
+        QObject::connect(&device, &sim::DeviceSimulator::modelChanged, &app, save);
     }
     if (parser.isSet(verboseOption)) {
-        QObject::connect(&device, &DeviceSimulator::requestHandled, &app,
+        QObject::connect(&device, &sim::DeviceSimulator::requestHandled, &app,
                          [](const QByteArray &request, const QByteArray &answer) {
                              std::fprintf(stderr, "-> %s\n<- %s\n", request.toHex(' ').constData(),
                                           answer.isEmpty() ? "(silence)" : answer.toHex(' ').constData());

@@ -11,7 +11,7 @@
 #include <QTimer>
 #include <QtTest>
 
-Q_DECLARE_METATYPE(Fault)
+Q_DECLARE_METATYPE(sim::Fault)
 
 namespace
 {
@@ -84,7 +84,7 @@ void TestBusScanService::scan()
     auto *progress = f.w<QProgressBar>(QStringLiteral("progressBar"));
     auto *progressText = f.w<QLineEdit>(QStringLiteral("lineEdit_Progress"));
     QList<int> progressAtProbe; // the bar's value, or -1 when the text says otherwise
-    QObject::connect(&f.sim(), &DeviceSimulator::requestHandled, &f.form(), [&] {
+    QObject::connect(&f.sim(), &sim::DeviceSimulator::requestHandled, &f.form(), [&] {
         const bool same = progressText->text() == QString::number(progress->value());
         progressAtProbe << (same ? progress->value() : -1);
     });
@@ -107,7 +107,7 @@ void TestBusScanService::stopDuringAWait()
     QVERIFY2(f.ready(), qPrintable(f.error()));
     auto *stop = f.w<QAbstractButton>(QStringLiteral("pushButton_AddressRequestStop"));
     // The stop button is pressed while the scan waits for the answer to the probe of 2.
-    QObject::connect(&f.sim(), &DeviceSimulator::requestHandled, stop, [&](const QByteArray &request) {
+    QObject::connect(&f.sim(), &sim::DeviceSimulator::requestHandled, stop, [&](const QByteArray &request) {
         if (request == probe(2))
             QTimer::singleShot(0, stop, &QAbstractButton::click);
     });
@@ -199,18 +199,18 @@ void TestBusScanService::rawCommand()
 void TestBusScanService::reqUd2_data()
 {
     QTest::addColumn<QString>("workingAddress");
-    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<sim::Fault>("fault");
     QTest::addColumn<bool>("slowReader");
-    QTest::newRow("working address 1") << "1" << Fault::None << false;
-    QTest::newRow("working address 77") << "77" << Fault::None << false;
-    QTest::newRow("silence") << "1" << Fault::Silence << false;
-    QTest::newRow("busy reader, counters full of 68 and E5") << "1" << Fault::None << true;
+    QTest::newRow("working address 1") << "1" << sim::Fault::None << false;
+    QTest::newRow("working address 77") << "77" << sim::Fault::None << false;
+    QTest::newRow("silence") << "1" << sim::Fault::Silence << false;
+    QTest::newRow("busy reader, counters full of 68 and E5") << "1" << sim::Fault::None << true;
 }
 
 void TestBusScanService::reqUd2()
 {
     QFETCH(QString, workingAddress);
-    QFETCH(Fault, fault);
+    QFETCH(sim::Fault, fault);
     QFETCH(bool, slowReader);
 
     FormOnSimulator f;
@@ -222,7 +222,7 @@ void TestBusScanService::reqUd2()
     // byte are trimmed in the answer list, yet the telegram must still be shown whole.
     QTimer busy;
     if (slowReader) {
-        for (ChannelState &channel : f.sim().model().channels)
+        for (sim::ChannelState &channel : f.sim().model().channels)
             channel.counter = 0x68E56868;
         connect(&busy, &QTimer::timeout, [] { QThread::msleep(60); });
         busy.start(90);
@@ -241,9 +241,9 @@ void TestBusScanService::reqUd2()
     const QStringList lines = f.log2().split(QLatin1Char('\n'));
     QCOMPARE(lines.value(0), QStringLiteral("packetToPort.toHex() 107bfe7916"));
     const QString answer = QStringLiteral("answer.toHex() ") + QString::fromLatin1(f.sim().sent().toHex(' '));
-    QCOMPARE(lines.value(1), fault == Fault::Silence ? QStringLiteral("Нет ответа") : answer);
+    QCOMPARE(lines.value(1), fault == sim::Fault::Silence ? QStringLiteral("Нет ответа") : answer);
     // Then the telegram in words.
-    QCOMPARE(lines.contains(QStringLiteral("Идентификационный номер: 20261122")), fault != Fault::Silence);
+    QCOMPARE(lines.contains(QStringLiteral("Идентификационный номер: 20261122")), fault != sim::Fault::Silence);
 }
 
 QTEST_MAIN(TestBusScanService)

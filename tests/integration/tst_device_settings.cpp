@@ -14,7 +14,7 @@
 #include <QtTest>
 #include <ctime>
 
-Q_DECLARE_METATYPE(Fault)
+Q_DECLARE_METATYPE(sim::Fault)
 
 namespace
 {
@@ -27,7 +27,7 @@ const QString kCheckClock = QStringLiteral("Проверьте время и д�
 using Settings = QVariantMap;
 
 // The device's clock reads the PC's local time, or the sim.clock moment as UTC.
-void applyDevice(DeviceModel &m, const Settings &settings)
+void applyDevice(sim::DeviceModel &m, const Settings &settings)
 {
     const auto set = [&settings](const char *key, auto &field) {
         if (settings.contains(QLatin1String(key)))
@@ -74,7 +74,7 @@ void applyFields(FormOnSimulator &f, const Settings &settings)
 
 QVariant shownBy(FormOnSimulator &f, const QString &key)
 {
-    const DeviceModel &m = f.sim().model();
+    const sim::DeviceModel &m = f.sim().model();
     const QMap<QString, quint32> model{{"model.address", m.address},
                                        {"model.identification", m.identification},
                                        {"model.reportDay", m.reportDay},
@@ -119,7 +119,7 @@ void TestDeviceSettings::command_data()
 {
     QTest::addColumn<QString>("button");
     QTest::addColumn<Settings>("settings");
-    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<sim::Fault>("fault");
     QTest::addColumn<QString>("requests"); // frames in hex, space-separated; * stands for varying bytes
     QTest::addColumn<QString>("box");
     QTest::addColumn<Settings>("shows");
@@ -133,7 +133,7 @@ void TestDeviceSettings::command_data()
     QTest::newRow("information, version 0410: 2 channels")
         << info
         << Settings{{"sim.version", 0x0410}, {"sim.identification", 0x10203040}, {"sim.reportDay", 25}}
-        << Fault::None << infoAt1 << QString()
+        << sim::Fault::None << infoAt1 << QString()
         << Settings{{"lineEdit_SerialNumber", "10203040"},
                     {"lineEdit_manufacturerZorva", "ZRV"},
                     {"lineEdit_versionZorva", "1"},
@@ -145,18 +145,18 @@ void TestDeviceSettings::command_data()
                     {"comboBox_ChannelNumber.items", "1,2"}};
     QTest::newRow("information at address 250, version 0500: no channels")
         << info << Settings{{"sim.address", 250}, {"lineEdit_oneAddress", "250"}, {"sim.version", 0x0500}}
-        << Fault::None << QStringLiteral("6805056853fa517f001d16") << QString()
+        << sim::Fault::None << QStringLiteral("6805056853fa517f001d16") << QString()
         << Settings{{"lineEdit_numberChannels", "0"}, {"comboBox_ChannelNumber.items", ""}};
     QTest::newRow("information, today at 00:00:01")
         << info << Settings{{"sim.clock", QDateTime(QDate::currentDate(), QTime(0, 0, 1), Qt::UTC)}}
-        << Fault::None << infoAt1 << QString() << filled;
-    const std::initializer_list<std::tuple<Fault, const char *, QString>> infoFaults{
-        {Fault::Silence, "silence", QStringLiteral("Нет ответа")},
-        {Fault::WrongChecksum, "wrong checksum", QStringLiteral("Ошибка контрольной суммы16")},
-        {Fault::ExceptionAnswer, "exception answer", wrongLength},
-        {Fault::WrongLength, "49 bytes with a right checksum", wrongLength},
-        {Fault::SplitAnswer, "split with long gaps", wrongLength},
-        {Fault::NoiseBeforeAnswer, "noise before the answer", QString()}};
+        << sim::Fault::None << infoAt1 << QString() << filled;
+    const std::initializer_list<std::tuple<sim::Fault, const char *, QString>> infoFaults{
+        {sim::Fault::Silence, "silence", QStringLiteral("Нет ответа")},
+        {sim::Fault::WrongChecksum, "wrong checksum", QStringLiteral("Ошибка контрольной суммы16")},
+        {sim::Fault::ExceptionAnswer, "exception answer", wrongLength},
+        {sim::Fault::WrongLength, "49 bytes with a right checksum", wrongLength},
+        {sim::Fault::SplitAnswer, "split with long gaps", wrongLength},
+        {sim::Fault::NoiseBeforeAnswer, "noise before the answer", QString()}};
     for (const auto &[fault, name, box] : infoFaults)
         QTest::addRow("information, %s", name)
             << info << Settings() << fault << infoAt1 << box << (box.isEmpty() ? filled : empty);
@@ -165,50 +165,50 @@ void TestDeviceSettings::command_data()
         QByteArray::fromHex("682a2a6808057278563412566a01021100000002fd0e100402fd0f07a102fd0c2c"
                             "0101ff1a19066d051eee2f1b007716");
     QTest::newRow("information, clock bytes 05 1E EE 2F 1B 00")
-        << info << Settings{{"line.answer", good}} << Fault::None << infoAt1 << kCheckClock
+        << info << Settings{{"line.answer", good}} << sim::Fault::None << infoAt1 << kCheckClock
         << Settings{{"dateTimeEdit", "15.11.2009 14:30:05"}, {"lineEdit_SerialNumber", "12345678"}};
     QByteArray shorter = good.left(20) + good.mid(21);
     shorter[45] = char(0x7A);
     QTest::newRow("information, 47 bytes with a right checksum")
-        << info << Settings{{"line.answer", shorter}} << Fault::None << infoAt1 << wrongLength << empty;
+        << info << Settings{{"line.answer", shorter}} << sim::Fault::None << infoAt1 << wrongLength << empty;
     QByteArray foreignC = good;
     foreignC[4] = char(0x09);
     foreignC[46] = char(0x78);
     QTest::newRow("information, C field 09")
-        << info << Settings{{"line.answer", foreignC}} << Fault::None << infoAt1
+        << info << Settings{{"line.answer", foreignC}} << sim::Fault::None << infoAt1
         << QStringLiteral("Неверный ответ с байта 4") << empty;
 
     const QString dateRead = QStringLiteral("pushButton_DateRead");
     const QString clockAt1 = QStringLiteral("01030008000245c9");
     const QString readError = QStringLiteral("Ошибка чтения данных");
     const Settings clock65536{{"sim.clock", QDateTime::fromSecsSinceEpoch(65536, Qt::UTC)}};
-    for (Fault fault : {Fault::None, Fault::WrongChecksum}) // a wrong CRC is taken as it stands
-        QTest::addRow("clock read, 65536 s, %s", qPrintable(faultName(fault)))
+    for (sim::Fault fault : {sim::Fault::None, sim::Fault::WrongChecksum}) // a wrong CRC is taken as it stands
+        QTest::addRow("clock read, 65536 s, %s", qPrintable(sim::faultName(fault)))
             << dateRead << clock65536 << fault << clockAt1 << QString()
             << Settings{{"dateTimeEdit", "01.01.1970 18:12:16"}};
-    for (Fault fault : {Fault::Silence, Fault::ExceptionAnswer, Fault::NoiseBeforeAnswer, Fault::SplitAnswer})
-        QTest::addRow("clock read, %s", qPrintable(faultName(fault)))
+    for (sim::Fault fault : {sim::Fault::Silence, sim::Fault::ExceptionAnswer, sim::Fault::NoiseBeforeAnswer, sim::Fault::SplitAnswer})
+        QTest::addRow("clock read, %s", qPrintable(sim::faultName(fault)))
             << dateRead << Settings{{"dateTimeEdit", QDateTime(QDate(2003, 2, 1), QTime(4, 5, 6))}} << fault
             << clockAt1 << readError << Settings{{"dateTimeEdit", "01.02.2003 04:05:06"}};
 
     const QString addressRead = QStringLiteral("pushButton_ReadCurrentNetAddress");
     QTest::newRow("address read through 254")
-        << addressRead << Settings{{"sim.address", 17}, {"lineEdit_oneAddress", "254"}} << Fault::None
+        << addressRead << Settings{{"sim.address", 17}, {"lineEdit_oneAddress", "254"}} << sim::Fault::None
         << QStringLiteral("fe03000500018004") << QString() << Settings{{"lineEdit_CurrentNetAddress", "17"}};
-    for (Fault fault : {Fault::Silence, Fault::ExceptionAnswer})
-        QTest::addRow("address read, %s", qPrintable(faultName(fault)))
+    for (sim::Fault fault : {sim::Fault::Silence, sim::Fault::ExceptionAnswer})
+        QTest::addRow("address read, %s", qPrintable(sim::faultName(fault)))
             << addressRead << Settings() << fault << QStringLiteral("010300050001940b") << readError
             << Settings{{"lineEdit_CurrentNetAddress", ""}};
 
     const QString rateRead = QStringLiteral("pushButton_readRate");
     const QString rateAt1 = QStringLiteral("010300060001640b");
-    QTest::newRow("speed read, 2400") << rateRead << Settings() << Fault::None << rateAt1 << QString()
+    QTest::newRow("speed read, 2400") << rateRead << Settings() << sim::Fault::None << rateAt1 << QString()
                                       << Settings{{"comboBox_writeRate", "2400"}};
     QTest::newRow("speed read, index 7")
-        << rateRead << Settings{{"line.answer", QByteArray::fromHex("0103020007f986")}} << Fault::None
+        << rateRead << Settings{{"line.answer", QByteArray::fromHex("0103020007f986")}} << sim::Fault::None
         << rateAt1 << QString() << Settings{{"comboBox_writeRate", "9600"}};
     QTest::newRow("speed read, noise before the answer")
-        << rateRead << Settings() << Fault::NoiseBeforeAnswer << rateAt1 << readError
+        << rateRead << Settings() << sim::Fault::NoiseBeforeAnswer << rateAt1 << readError
         << Settings{{"comboBox_writeRate", "1200"}};
 
     const QString addressWrite = QStringLiteral("pushButton_WriteNewNetAddress");
@@ -229,17 +229,17 @@ void TestDeviceSettings::command_data()
     const Settings rate9600{{"comboBox_writeRate", "9600"}};
     const Settings typed2009{{"dateTimeEdit", QDateTime(QDate(2009, 11, 15), QTime(14, 30, 5))}};
 
-    QTest::newRow("bus address 42") << addressWrite << new42 << Fault::None << address42 << QString()
+    QTest::newRow("bus address 42") << addressWrite << new42 << sim::Fault::None << address42 << QString()
                                     << Settings{{"model.address", 42}, {"lineEdit_oneAddress", "42"}};
-    QTest::newRow("identification 10203040") << serialWrite << serialNumber << Fault::None << serial
+    QTest::newRow("identification 10203040") << serialWrite << serialNumber << sim::Fault::None << serial
                                              << QString() << Settings{{"model.identification", 0x10203040}};
     QTest::newRow("speed 9600, the port follows")
-        << rateWrite << rate9600 << Fault::None << speed9600 << "Скорость обмена записана"
+        << rateWrite << rate9600 << sim::Fault::None << speed9600 << "Скорость обмена записана"
         << Settings{{"comboBox_selectRate", "9600"}, {"model.speedCode", 0xBD}};
-    QTest::newRow("report day 25") << dayWrite << day << Fault::None << day25 << QString()
+    QTest::newRow("report day 25") << dayWrite << day << sim::Fault::None << day25 << QString()
                                    << Settings{{"model.reportDay", 25}};
     QTest::newRow("clock 15.11.2009 14:30:05, a Sunday")
-        << dateWrite << typed2009 << Fault::None << clock2009 << QString() << Settings();
+        << dateWrite << typed2009 << sim::Fault::None << clock2009 << QString() << Settings();
     const std::initializer_list<std::tuple<const char *, bool, bool, const char *>> syncs{
         {"with the PC: local time", true, false, "25200 25200"},
         {"with UTC", false, true, "0 0"},
@@ -248,42 +248,42 @@ void TestDeviceSettings::command_data()
         QTest::addRow("clock synchronised %s", name)
             << dateWrite
             << Settings{{"checkBox_SynchronizashionWithPC", withPc}, {"checkBox_SyncUTC", withUtc}}
-            << Fault::None << QStringLiteral("680b0b68530151066d*") << QString()
+            << sim::Fault::None << QStringLiteral("680b0b68530151066d*") << QString()
             << Settings{{"clock.aheadOfUtc", ahead}};
-    for (Fault fault : {Fault::Silence, Fault::ExceptionAnswer})
-        QTest::addRow("clock write, %s", qPrintable(faultName(fault)))
+    for (sim::Fault fault : {sim::Fault::Silence, sim::Fault::ExceptionAnswer})
+        QTest::addRow("clock write, %s", qPrintable(sim::faultName(fault)))
             << dateWrite << typed2009 << fault << clock2009 << writeError << Settings();
     QTest::newRow("clock write, noise before E5")
-        << dateWrite << typed2009 << Fault::NoiseBeforeAnswer << clock2009 << QString() << Settings();
-    QTest::newRow("bus address, silence") << addressWrite << new42 << Fault::Silence << address42
+        << dateWrite << typed2009 << sim::Fault::NoiseBeforeAnswer << clock2009 << QString() << Settings();
+    QTest::newRow("bus address, silence") << addressWrite << new42 << sim::Fault::Silence << address42
                                           << writeError << Settings{{"lineEdit_oneAddress", "1"}};
     QTest::newRow("identification, silence: the number is not sent")
-        << serialWrite << serialNumber << Fault::Silence << serialPrep << QStringLiteral("Ошибка записи")
+        << serialWrite << serialNumber << sim::Fault::Silence << serialPrep << QStringLiteral("Ошибка записи")
         << Settings{{"model.identification", 0x12345678}};
     QTest::newRow("speed, silence: the port stays")
-        << rateWrite << rate9600 << Fault::Silence << speed9600 << writeError
+        << rateWrite << rate9600 << sim::Fault::Silence << speed9600 << writeError
         << Settings{{"comboBox_selectRate", "2400"}};
     QTest::newRow("report day, silence")
-        << dayWrite << day << Fault::Silence << day25 << QStringLiteral("Нет ответа") << Settings();
+        << dayWrite << day << sim::Fault::Silence << day25 << QStringLiteral("Нет ответа") << Settings();
     QTest::newRow("report day, exception answer")
-        << dayWrite << day << Fault::ExceptionAnswer << day25 << writeError << Settings();
+        << dayWrite << day << sim::Fault::ExceptionAnswer << day25 << writeError << Settings();
 
     const QString nothing;
     QTest::newRow("report day empty")
-        << dayWrite << Settings{{"lineEdit_reportDay", ""}} << Fault::None << nothing
+        << dayWrite << Settings{{"lineEdit_reportDay", ""}} << sim::Fault::None << nothing
         << QStringLiteral("Отчетный день не введён") << Settings{{"model.reportDay", 1}};
-    QTest::newRow("report day 32") << dayWrite << Settings{{"lineEdit_reportDay", "32"}} << Fault::None
+    QTest::newRow("report day 32") << dayWrite << Settings{{"lineEdit_reportDay", "32"}} << sim::Fault::None
                                    << nothing
                                    << QStringLiteral("Неверный отчетный день: 32. Введите число от 1 до 31")
                                    << Settings{{"model.reportDay", 1}};
     QTest::newRow("new address empty")
-        << addressWrite << Settings{{"spinBox_NewNetAddress", ""}} << Fault::None << nothing
+        << addressWrite << Settings{{"spinBox_NewNetAddress", ""}} << sim::Fault::None << nothing
         << QStringLiteral("Адрес не введён") << Settings();
-    QTest::newRow("identification never entered") << serialWrite << Settings() << Fault::None << nothing
+    QTest::newRow("identification never entered") << serialWrite << Settings() << sim::Fault::None << nothing
                                                   << QStringLiteral("Номер не введён") << Settings();
     for (const QString &button : {info, dateRead, dateWrite, addressWrite, dayWrite})
         QTest::addRow("closed port, %s", qPrintable(button))
-            << button << Settings{{"port.closed", 1}, {"lineEdit_reportDay", "25"}} << Fault::None << nothing
+            << button << Settings{{"port.closed", 1}, {"lineEdit_reportDay", "25"}} << sim::Fault::None << nothing
             << QStringLiteral("Порт закрыт") << Settings();
 }
 
@@ -291,7 +291,7 @@ void TestDeviceSettings::command()
 {
     QFETCH(QString, button);
     QFETCH(Settings, settings);
-    QFETCH(Fault, fault);
+    QFETCH(sim::Fault, fault);
     QFETCH(QString, requests);
     QFETCH(QString, box);
     QFETCH(Settings, shows);

@@ -96,12 +96,12 @@ private slots:
     void stableLinkFollowsThePort();
 
 private:
-    std::unique_ptr<DeviceSimulator> sim;
+    std::unique_ptr<sim::DeviceSimulator> sim;
 };
 
 void TestDeviceSimulator::init()
 {
-    sim = std::make_unique<DeviceSimulator>();
+    sim = std::make_unique<sim::DeviceSimulator>();
     QString error;
     QVERIFY2(sim->start(&error), qPrintable(error));
     QVERIFY(QFileInfo::exists(sim->portPath()));
@@ -127,7 +127,7 @@ void TestDeviceSimulator::answersAtTheLineRate()
     QFETCH(int, answerSize);
     Client client(sim->portPath());
     QVERIFY2(client.open(), qPrintable(client.port.errorString()));
-    QSignalSpy handled(sim.get(), &DeviceSimulator::requestHandled);
+    QSignalSpy handled(sim.get(), &sim::DeviceSimulator::requestHandled);
     QVERIFY(handled.isValid());
 
     const QByteArray answer = client.exchange(request);
@@ -150,7 +150,7 @@ void TestDeviceSimulator::speedWriteSwitchesTheDevice()
 {
     Client client(sim->portPath());
     QVERIFY(client.open());
-    QSignalSpy changed(sim.get(), &DeviceSimulator::modelChanged);
+    QSignalSpy changed(sim.get(), &sim::DeviceSimulator::modelChanged);
     // The acknowledgement still comes at the old speed ...
     QCOMPARE(client.exchange(hex("680303685301BD1116")), hex("E5"));
     QCOMPARE(sim->model().speedCode, quint8(0xBD));
@@ -171,13 +171,13 @@ void TestDeviceSimulator::faultForTheNextOrEveryAnswer()
 {
     Client client(sim->portPath());
     QVERIFY(client.open());
-    sim->setFault(Fault::Silence);
+    sim->setFault(sim::Fault::Silence);
     // A foreign address gets no answer anyway, so it does not use up the fault.
     QCOMPARE(client.exchange(hex("1040054516"), kSilenceMs), QByteArray());
     QCOMPARE(client.exchange(hex("1040014116"), kSilenceMs), QByteArray());
     QCOMPARE(client.exchange(hex("1040014116")), hex("E5"));
 
-    sim->setFault(Fault::WrongChecksum, true);
+    sim->setFault(sim::Fault::WrongChecksum, true);
     for (int round = 0; round < 2; ++round) // bus address register, normally 01 03 02 00 01 79 84
         QCOMPARE(client.exchange(hex("010300050001940B")).toHex(), QByteArray("01030200017a84"));
 }
@@ -186,18 +186,18 @@ void TestDeviceSimulator::splitAnswerComesInLatePieces()
 {
     Client client(sim->portPath());
     QVERIFY(client.open());
-    sim->setFault(Fault::SplitAnswer);
+    sim->setFault(sim::Fault::SplitAnswer);
     const QByteArray answer =
-        client.exchange(hex("680505685301517F002416"), DeviceSimulator::kSplitGapMs + 200);
+        client.exchange(hex("680505685301517F002416"), sim::DeviceSimulator::kSplitGapMs + 200);
     QCOMPARE(answer.size(), 48);
     // Three pieces of 16 bytes: two gaps of at least kSplitGapMs between the arrivals.
     int gaps = 0;
     for (int i = 1; i < client.arrivals.size(); ++i) {
-        if (client.arrivals.at(i).ms - client.arrivals.at(i - 1).ms >= DeviceSimulator::kSplitGapMs - 10)
+        if (client.arrivals.at(i).ms - client.arrivals.at(i - 1).ms >= sim::DeviceSimulator::kSplitGapMs - 10)
             ++gaps;
     }
     QCOMPARE(gaps, 2);
-    QVERIFY(client.lastByteMs() >= 2 * DeviceSimulator::kSplitGapMs + lineMs(48, 2400));
+    QVERIFY(client.lastByteMs() >= 2 * sim::DeviceSimulator::kSplitGapMs + lineMs(48, 2400));
 }
 
 void TestDeviceSimulator::pauseInsideARequestDropsIt()

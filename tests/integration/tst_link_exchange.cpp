@@ -73,7 +73,7 @@ private:
     Form &form() { return m_fx->form(); }
     qint64 completionExchange(const QByteArray &request, bool channelVariant = false); // the wait's ms
     void fixedPauseExchange(const QByteArray &request, int pauseMs);
-    void reopenOn(PseudoTerminal &line); // the test writes the far end itself
+    void reopenOn(sim::PseudoTerminal &line); // the test writes the far end itself
 
     std::unique_ptr<FormOnSimulator> m_fx;
 };
@@ -121,7 +121,7 @@ void TestLinkExchange::fixedPauseExchange(const QByteArray &request, int pauseMs
     f.disconnectReader();
 }
 
-void TestLinkExchange::reopenOn(PseudoTerminal &line)
+void TestLinkExchange::reopenOn(sim::PseudoTerminal &line)
 {
     QString error;
     QVERIFY2(line.open(2400, &error), qPrintable(error));
@@ -271,7 +271,7 @@ void TestLinkExchange::completionWaitIsTimed()
     QFETCH(bool, silent);
     QFETCH(int, minMs);
     QFETCH(int, maxMs);
-    m_fx->sim().setFault(silent ? Fault::Silence : Fault::None);
+    m_fx->sim().setFault(silent ? sim::Fault::Silence : sim::Fault::None);
     auto *field = m_fx->w<QLineEdit>("lineEdit_WaitBeyondWriting_chanel");
     QElapsedTimer elapsed;
     elapsed.start();
@@ -306,7 +306,7 @@ void TestLinkExchange::completionWaitIsTimed()
 
 void TestLinkExchange::growingAnswerIsTakenAsItStands()
 {
-    PseudoTerminal line;
+    sim::PseudoTerminal line;
     reopenOn(line);
     // A byte every 40 ms for 3 s: the count grows in every 200 ms pause.
     QTimer dribble;
@@ -329,7 +329,7 @@ void TestLinkExchange::growingAnswerIsTakenAsItStands()
 
 void TestLinkExchange::splitAnswerInFixedPause()
 {
-    m_fx->sim().setFault(Fault::SplitAnswer);
+    m_fx->sim().setFault(sim::Fault::SplitAnswer);
     fixedPauseExchange(kCounterRead, 1500);
     QCOMPARE(m_fx->sim().sent(), kCounterAnswer);
     QVERIFY(form().vectorPortRead.size() >= 3);
@@ -356,7 +356,7 @@ void TestLinkExchange::chunksAreTrimmedOneByOne()
     QFETCH(QList<QByteArray>, chunks);
     QFETCH(QList<QByteArray>, entries);
     QFETCH(bool, noStartByte);
-    PseudoTerminal line;
+    sim::PseudoTerminal line;
     reopenOn(line);
     for (int i = 0; i < chunks.size(); ++i)
         QTimer::singleShot(100 + 150 * i, [&line, chunk = chunks.at(i)] { line.write(chunk); });
@@ -419,7 +419,7 @@ void TestLinkExchange::readers()
     QFETCH(QStringList, boxes);
     QFETCH(bool, errorFlag);
     QFETCH(QByteArray, remains);
-    PseudoTerminal line;
+    sim::PseudoTerminal line;
     reopenOn(line);
     form().packet = kCounterRead;
     form().on_pushButton_portWrite_clicked();

@@ -9,7 +9,7 @@
 FormOnSimulator::FormOnSimulator() : FormOnSimulator(Options()) {}
 
 FormOnSimulator::FormOnSimulator(const Options &options)
-    : m_sim(std::make_unique<DeviceSimulator>()), m_services(std::make_unique<CoreServices>()),
+    : m_sim(std::make_unique<sim::DeviceSimulator>()), m_services(std::make_unique<CoreServices>()),
       m_boxes(std::make_unique<BoxRecorder>())
 {
     m_sim->model().address = options.address;

@@ -33,7 +33,7 @@ public:
     QString error() const { return m_error; }
 
     Form &form() { return *m_form; }
-    DeviceSimulator &sim() { return *m_sim; }
+    sim::DeviceSimulator &sim() { return *m_sim; }
     BoxRecorder &boxes() { return *m_boxes; }
     const QVector<BoxRequest> &startupBoxes() const { return m_startupBoxes; }
 
@@ -55,7 +55,7 @@ public:
     void typePortAndToggle(const QString &path);
 
 private:
-    std::unique_ptr<DeviceSimulator> m_sim;
+    std::unique_ptr<sim::DeviceSimulator> m_sim;
     std::unique_ptr<CoreServices> m_services;
     std::unique_ptr<BoxRecorder> m_boxes;
     std::unique_ptr<Form> m_form;

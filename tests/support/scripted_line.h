@@ -27,7 +27,7 @@ public:
 private:
     void receive();
 
-    PseudoTerminal m_pty;
+    sim::PseudoTerminal m_pty;
     QSocketNotifier *m_notifier = nullptr;
     const QByteArray m_answer;
     QByteArray m_pending;

@@ -206,8 +206,8 @@ void TestMbusTelegram::russianText_data()
     QTest::newRow("nothing received") << QByteArray() << QStringList{"Нет принятых данных"};
 
     // The simulator's REQ_UD2 answer: a counter per channel with the channel as the subunit, then the clock.
-    DeviceModel model;
-    for (int k = 0; k < DeviceModel::kChannels; ++k)
+    sim::DeviceModel model;
+    for (int k = 0; k < sim::DeviceModel::kChannels; ++k)
         model.channels[size_t(k)].counter = quint32(1000 * k + 7);
     const QDateTime now(QDate(2024, 5, 17), QTime(13, 45), Qt::UTC);
     model.setClockUtc(now, now);
@@ -222,7 +222,7 @@ void TestMbusTelegram::russianText_data()
     lines << QStringLiteral("%1. Время, переданное устройством = 17.05.2024 13:45:00 (текущее значение, "
                             "хранение 0)")
                  .arg(count + 1);
-    QTest::newRow("the simulated device's data telegram") << ProtocolEngine(model).dataTelegram(now) << lines;
+    QTest::newRow("the simulated device's data telegram") << sim::ProtocolEngine(model).dataTelegram(now) << lines;
 }
 
 void TestMbusTelegram::russianText()

@@ -12,7 +12,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-Q_DECLARE_METATYPE(Fault)
+Q_DECLARE_METATYPE(sim::Fault)
 
 namespace
 {
@@ -24,9 +24,9 @@ QByteArray hex(const QByteArray &text)
     return QByteArray::fromHex(text);
 }
 
-DeviceModel sampleDevice(quint16 softwareVersion = 0x0330)
+sim::DeviceModel sampleDevice(quint16 softwareVersion = 0x0330)
 {
-    DeviceModel model;
+    sim::DeviceModel model;
     model.softwareVersion = softwareVersion;
     model.softwareCode = 0x0107;
     model.buildNumber = 215;
@@ -38,18 +38,18 @@ DeviceModel sampleDevice(quint16 softwareVersion = 0x0330)
 }
 
 // Bytes from the line through the request finder into the engine; the answers joined.
-QByteArray exchange(DeviceModel &model, const QByteArray &line)
+QByteArray exchange(sim::DeviceModel &model, const QByteArray &line)
 {
-    RequestAssembler assembler;
-    ProtocolEngine engine(model);
+    sim::RequestAssembler assembler;
+    sim::ProtocolEngine engine(model);
     QByteArray answers;
-    for (const RequestFrame &frame : assembler.feed(line))
+    for (const sim::RequestFrame &frame : assembler.feed(line))
         answers += engine.handle(frame, kSystemUtc).answer;
     return answers;
 }
 
 // The device's state in words, every item ended by ";", e.g. "address 1; speed bb; ... counter 2 7;".
-QString stateText(const DeviceModel &m)
+QString stateText(const sim::DeviceModel &m)
 {
     QString text = QStringLiteral("address %1; speed %2; identification %3; version %4; report day %5; "
                                   "clock %6; journal clears %7;")
@@ -61,7 +61,7 @@ QString stateText(const DeviceModel &m)
                        .arg(m.clockUtc(kSystemUtc).toString(Qt::ISODate))
                        .arg(m.journalClears);
     for (size_t k = 0; k < m.channels.size(); ++k) {
-        const ChannelState &c = m.channels[k];
+        const sim::ChannelState &c = m.channels[k];
         text += QStringLiteral(" channel %1: id %2 man %3 ver %4 med %5 vif %6 val %7 wt %8 dur %9 app %10;")
                     .arg(k + 1)
                     .arg(c.identification, 8, 16, QLatin1Char('0'))
@@ -178,7 +178,7 @@ void TestProtocolEngine::answers()
     QFETCH(QByteArray, request);
     QFETCH(QByteArray, answer);
     QFETCH(QString, after);
-    DeviceModel model = sampleDevice(version);
+    sim::DeviceModel model = sampleDevice(version);
     QCOMPARE(exchange(model, request).toHex(' '), answer.toHex(' '));
     const QString state = stateText(model);
     QVERIFY2(after.isEmpty() || state.startsWith(after + ';') || state.contains(' ' + after + ';'),
@@ -189,16 +189,16 @@ void TestProtocolEngine::answers()
 void TestProtocolEngine::randomLineBytes()
 {
     QRandomGenerator random(2024);
-    DeviceModel model = sampleDevice();
-    RequestAssembler assembler;
-    ProtocolEngine engine(model);
+    sim::DeviceModel model = sampleDevice();
+    sim::RequestAssembler assembler;
+    sim::ProtocolEngine engine(model);
     QList<QByteArray> requests;
     for (const char *request :
          {"1040014116", "107BFE7916", "680505685301517F002416", "01030008000245C9", "0103201E0002AFCD",
           "680505685301517F012516", "6804046873015011D516", "0110000B0001020000A72B", "01030007000135CB"})
         requests << hex(request);
-    const auto intact = [](RequestFraming framing, const QByteArray &bytes) {
-        if (framing == RequestFraming::Register)
+    const auto intact = [](sim::RequestFraming framing, const QByteArray &bytes) {
+        if (framing == sim::RequestFraming::Register)
             return frames::crcIntact(bytes);
         const frames::FrameCheck check = frames::checkMbus(bytes);
         return check.state == frames::Completeness::Complete && check.frameLength == bytes.size();
@@ -222,7 +222,7 @@ void TestProtocolEngine::randomLineBytes()
             bytes = requests.at(random.bounded(requests.size()));
             break;
         }
-        for (const RequestFrame &frame : assembler.feed(bytes)) {
+        for (const sim::RequestFrame &frame : assembler.feed(bytes)) {
             QVERIFY2(intact(frame.framing, frame.bytes), frame.bytes.toHex(' ').constData());
             const QByteArray answer = engine.handle(frame, kSystemUtc).answer;
             answered += answer.isEmpty() ? 0 : 1;
@@ -233,7 +233,7 @@ void TestProtocolEngine::randomLineBytes()
     // Most requests that reach the device whole are answered; the noise never wedges it.
     QVERIFY2(answered > 1200, qPrintable(QString::number(answered)));
     assembler.reset();
-    const QList<RequestFrame> last = assembler.feed(hex("1040014116"));
+    const QList<sim::RequestFrame> last = assembler.feed(hex("1040014116"));
     QCOMPARE(last.size(), 1);
     QCOMPARE(engine.handle(last.first(), kSystemUtc).answer, hex("E5"));
 }
@@ -268,10 +268,10 @@ void TestProtocolEngine::requestFinding()
     QFETCH(QList<QByteArray>, chunks);
     QFETCH(QList<QByteArray>, requests);
     QFETCH(int, dropped);
-    RequestAssembler assembler;
+    sim::RequestAssembler assembler;
     QList<QByteArray> found;
     for (const QByteArray &chunk : chunks) {
-        for (const RequestFrame &frame : assembler.feed(chunk))
+        for (const sim::RequestFrame &frame : assembler.feed(chunk))
             found.append(frame.bytes);
     }
     assembler.reset();
@@ -281,7 +281,7 @@ void TestProtocolEngine::requestFinding()
 
 void TestProtocolEngine::faults_data()
 {
-    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<sim::Fault>("fault");
     QTest::addColumn<bool>("registerFraming");
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QList<QByteArray>>("pieces");
@@ -291,36 +291,36 @@ void TestProtocolEngine::faults_data()
     const QByteArray info =
         hex("682A2A6808017278563412566A01000000000002FD0E300302FD0F070102FD0CD70001FF1A01066D"
             "051E0E2F1B009116");
-    QTest::newRow("none") << Fault::None << true << counter << L{counter};
-    QTest::newRow("silence") << Fault::Silence << true << counter << L{};
+    QTest::newRow("none") << sim::Fault::None << true << counter << L{counter};
+    QTest::newRow("silence") << sim::Fault::Silence << true << counter << L{};
     QTest::newRow("split, 9-byte register answer")
-        << Fault::SplitAnswer << true << counter << L{hex("010304"), hex("000500"), hex("012BF2")};
+        << sim::Fault::SplitAnswer << true << counter << L{hex("010304"), hex("000500"), hex("012BF2")};
     QTest::newRow("checksum, register answer")
-        << Fault::WrongChecksum << true << counter << L{hex("010304000500012CF2")};
+        << sim::Fault::WrongChecksum << true << counter << L{hex("010304000500012CF2")};
     QTest::newRow("checksum, information answer")
-        << Fault::WrongChecksum << false << info << L{info.left(46) + hex("9216")};
-    QTest::newRow("checksum, E5 has none") << Fault::WrongChecksum << false << hex("E5") << L{hex("E5")};
+        << sim::Fault::WrongChecksum << false << info << L{info.left(46) + hex("9216")};
+    QTest::newRow("checksum, E5 has none") << sim::Fault::WrongChecksum << false << hex("E5") << L{hex("E5")};
     QTest::newRow("length, register answer")
-        << Fault::WrongLength << true << counter << L{hex("0103040005000100B21F")};
+        << sim::Fault::WrongLength << true << counter << L{hex("0103040005000100B21F")};
     QTest::newRow("length, information answer")
-        << Fault::WrongLength << false << info << L{info.left(46) + hex("009116")};
+        << sim::Fault::WrongLength << false << info << L{info.left(46) + hex("009116")};
     QTest::newRow("exception, register read")
-        << Fault::ExceptionAnswer << true << counter << L{hex("018302C0F1")};
+        << sim::Fault::ExceptionAnswer << true << counter << L{hex("018302C0F1")};
     QTest::newRow("truncated, register answer")
-        << Fault::TruncatedAnswer << true << counter << L{hex("01030400")};
-    QTest::newRow("truncated, E5") << Fault::TruncatedAnswer << false << hex("E5") << L{};
-    QTest::newRow("any fault, no answer") << Fault::WrongLength << true << QByteArray() << L{};
+        << sim::Fault::TruncatedAnswer << true << counter << L{hex("01030400")};
+    QTest::newRow("truncated, E5") << sim::Fault::TruncatedAnswer << false << hex("E5") << L{};
+    QTest::newRow("any fault, no answer") << sim::Fault::WrongLength << true << QByteArray() << L{};
 }
 
 void TestProtocolEngine::faults()
 {
-    QFETCH(Fault, fault);
+    QFETCH(sim::Fault, fault);
     QFETCH(bool, registerFraming);
     QFETCH(QByteArray, answer);
     QFETCH(QList<QByteArray>, pieces);
-    const RequestFrame request = registerFraming
-                                     ? RequestFrame{RequestFraming::Register, hex("010320000002CFCB")}
-                                     : RequestFrame{RequestFraming::MBus, hex("680505685301517F002416")};
+    const sim::RequestFrame request = registerFraming
+                                     ? sim::RequestFrame{sim::RequestFraming::Register, hex("010320000002CFCB")}
+                                     : sim::RequestFrame{sim::RequestFraming::MBus, hex("680505685301517F002416")};
     QRandomGenerator random(1);
     QCOMPARE(answerPieces(answer, request, 1, fault, random), pieces);
 }
@@ -331,14 +331,14 @@ void TestProtocolEngine::noiseNeverHoldsStartBytes()
     QFile fixture(QStringLiteral(ZORVA_SHARED_DIR "/mbus-frames/error-frames/unspecified_error.hex"));
     QVERIFY2(fixture.open(QIODevice::ReadOnly), qPrintable(fixture.fileName()));
     const QByteArray applicationError = QByteArray::fromHex(fixture.readAll().simplified().replace(' ', ""));
-    const RequestFrame request{RequestFraming::MBus, hex("680505685301517F002416")};
+    const sim::RequestFrame request{sim::RequestFraming::MBus, hex("680505685301517F002416")};
     QRandomGenerator random(7);
-    QCOMPARE(answerPieces(hex("E5"), request, 1, Fault::ExceptionAnswer, random),
+    QCOMPARE(answerPieces(hex("E5"), request, 1, sim::Fault::ExceptionAnswer, random),
              QList<QByteArray>{applicationError});
 
     for (int run = 0; run < 200; ++run) {
         const QList<QByteArray> pieces =
-            answerPieces(hex("E5"), request, 1, Fault::NoiseBeforeAnswer, random);
+            answerPieces(hex("E5"), request, 1, sim::Fault::NoiseBeforeAnswer, random);
         QCOMPARE(pieces.size(), 1);
         QCOMPARE(pieces.first().size(), 4);
         QVERIFY(pieces.first().endsWith(hex("E5")));
@@ -367,7 +367,7 @@ void TestProtocolEngine::stateFile()
     QFETCH(QByteArray, search);
     QFETCH(QByteArray, replace);
     QTemporaryDir dir;
-    DeviceModel saved = sampleDevice(0x0410);
+    sim::DeviceModel saved = sampleDevice(0x0410);
     saved.address = 42;
     saved.speedCode = 0xBD;
     saved.identification = 0x10203040;
@@ -388,7 +388,7 @@ void TestProtocolEngine::stateFile()
         edit.write(text.replace(search, replace));
     }
 
-    DeviceModel loaded;
+    sim::DeviceModel loaded;
     loaded.address = 9;
     const QString before = stateText(loaded);
     error.clear();

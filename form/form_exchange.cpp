@@ -1,0 +1,257 @@
+#include "form/form.h"
+#include "ui_form.h"
+
+#include "common/hex_dump.h"
+#include "common/message_boxes.h"
+#include "common/pause.h"
+#include "device/register_answer.h"
+#include "link/chunk_trim.h"
+#include "link/completion_wait.h"
+#include "link/frames.h"
+
+#include <QSignalBlocker>
+
+// The exchange steps every device command is built from: begin (empty the answers, check the port),
+// send, wait (a fixed pause with the reader connected, or the completion wait), collect, check.
+
+namespace
+{
+
+// The second reader lets the rest of an answer arrive before it reads.
+constexpr int kSecondReaderPauseMs = 250;
+
+// The channel variant's first-byte pause, from the delay field; kept within reason so a typo in the
+// field cannot freeze the exchange for minutes.
+constexpr int kMaxChannelFirstBytePauseMs = 5000;
+
+// The request kind whose answers the validating reader tests for the error form.
+constexpr int kErrorCheckedKind = 6;
+
+} // namespace
+
+// ---- Begin and send ----
+
+bool Form::beginExchange()
+{
+    vectorPortRead.clear();
+    dataAnswer.clear();
+    if (port->isOpen())
+        port->clear(QSerialPort::AllDirections);
+    return portIsOpenOrWarn();
+}
+
+bool Form::portIsOpenOrWarn()
+{
+    if (port->isOpen())
+        return true;
+    showErrorBox(tr("Порт закрыт"), this);
+    return false;
+}
+
+bool Form::writePacket()
+{
+    // QIODevice::write refuses exactly a device that is not open for writing.
+    const bool writable = port->isOpen() && port->isWritable();
+    on_pushButton_portWrite_clicked();
+    return writable;
+}
+
+bool Form::sendForCompletion(const QByteArray &request)
+{
+    packet = request;
+    disconnectReader();
+    return writePacket();
+}
+
+bool Form::collectCompletion(Wait wait)
+{
+    if (wait == Wait::Channel)
+        waitBeyondWritingChannel();
+    else
+        waitBeyondWriting();
+    on_portReadyRead();
+    return !vectorPortRead.isEmpty();
+}
+
+bool Form::exchangeWithCompletion(const QByteArray &request, Wait wait)
+{
+    sendForCompletion(request);
+    return collectCompletion(wait);
+}
+
+bool Form::writeExpectingAck(const QByteArray &frame, const QString &failText, Wait wait)
+{
+    exchangeWithCompletion(frame, wait);
+    if (firstAnswerIsAck())
+        return true;
+    showErrorBox(failText, this);
+    return false;
+}
+
+bool Form::firstAnswerIsAck() const
+{
+    return !vectorPortRead.isEmpty() && !vectorPortRead.first().isEmpty() &&
+           quint8(vectorPortRead.first().at(0)) == frames::kAck;
+}
+
+// ---- Fixed-pause register exchange ----
+
+QByteArray Form::readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs)
+{
+    connectReader();
+    packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
+    writePacket();
+    nonBlockingPause(pauseMs);
+    disconnectReader();
+    const QByteArray answer = device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
+    if (device::checkRegisterReadAnswer(answer, count) == device::RegisterAnswerFault::None)
+        return answer;
+    showErrorBox(tr("Ошибка чтения данных"), this);
+    return {};
+}
+
+QByteArray Form::writeRegisters(quint16 reg, quint16 count, const QByteArray &data, int pauseMs)
+{
+    connectReader();
+    packetMakeToWrite(deviceAddress, frames::kWriteRegisters, reg, count, quint8(data.size()), data);
+    writePacket();
+    nonBlockingPause(pauseMs);
+    disconnectReader();
+    return device::joinAnswerEntries(vectorPortRead, device::kRegisterWriteAnswerBytes);
+}
+
+void Form::connectReader()
+{
+    connect(port, SIGNAL(readyRead()), this, SLOT(on_portReadyRead()), Qt::UniqueConnection);
+}
+
+void Form::disconnectReader()
+{
+    disconnect(port, SIGNAL(readyRead()), this, SLOT(on_portReadyRead()));
+}
+
+// ---- Readers ----
+
+QByteArray Form::readArrived()
+{
+    return port->isOpen() ? port->readAll() : QByteArray();
+}
+
+void Form::on_portReadyRead()
+{
+    logLine(QStringLiteral("Form::on_portReadyRead()"));
+    const QByteArray chunk = readArrived();
+    if (chunk.isEmpty())
+        return;
+    lineBytes.append(chunk);
+    logLine(QStringLiteral("buf.toHex()"),
+            logHex(chunk) + QStringLiteral(" size ") + QString::number(chunk.size()));
+
+    const frames::TrimmedChunk trimmed = frames::trimChunk(chunk);
+    if (trimmed.noStartByte)
+        noStartByte = true;
+    buf = trimmed.bytes;
+    dataAnswer.append(buf);
+    vectorPortRead.append(buf);
+    logLine(tr("Поступили новые данные"));
+    logLine(QStringLiteral("dataAnswer"), logHex(dataAnswer, true));
+}
+
+void Form::on_ReadyRead(qint64)
+{
+    logLine(QStringLiteral("Form::on_ReadyRead(qint64)"));
+    nonBlockingPause(kSecondReaderPauseMs);
+    const QByteArray arrived = readArrived();
+    buf = arrived;
+    logLine(QStringLiteral("buf.toHex()"), logHex(arrived));
+    logLine(QStringLiteral("size "), QString::number(arrived.size()));
+    if (arrived.isEmpty() || !crcCheck(arrived))
+        return;
+    dataAnswer = arrived;
+    logLine(QStringLiteral("dataAnswer"), logHex(dataAnswer, true));
+}
+
+bool Form::crcCheck(const QByteArray &frame)
+{
+    if (frames::crcIntact(frame))
+        return true;
+    showErrorBox(tr("Неверная контрольная сумма"), this);
+    return false;
+}
+
+bool Form::readValidated(int kind)
+{
+    buf = readArrived();
+    bufRemains.append(buf);
+    logLine(QStringLiteral("buf.toHex()"), logHex(buf));
+    logLine(QStringLiteral("bufRemains.toHex()"), logHex(bufRemains));
+
+    // One answer is taken; what follows it stays for the next read.
+    const int length = frames::registerAnswerLength(bufRemains);
+    const QByteArray answer =
+        (length > 0 && length <= bufRemains.size()) ? bufRemains.left(length) : bufRemains;
+    bufRemains.remove(0, answer.size());
+
+    if (answer.isEmpty()) {
+        showErrorBox(tr("Ошибка данных"), this);
+        return false;
+    }
+    const bool checksErrorForm = kind == kErrorCheckedKind;
+    if (checksErrorForm && !crcCheck(answer))
+        return false;
+    const bool errorAnswer = answer.size() > 1 && (quint8(answer.at(1)) & frames::kErrorFlag);
+    if (checksErrorForm && errorAnswer) {
+        const quint8 code = answer.size() > 2 ? quint8(answer.at(2)) : 0;
+        showErrorBox(tr("Ошибка данных. Код ошибки:") + QLatin1Char(' ') + QString::number(code, 16), this);
+        errorFlag = true;
+        return false;
+    }
+    const bool good = answer.size() > 1 && !errorAnswer && frames::crcIntact(answer);
+    if (good)
+        dataAnswer = answer;
+    return good;
+}
+
+// ---- Completion wait ----
+
+void Form::waitBeyondWriting()
+{
+    waitBeyondWriting(exchange::kPauseMs);
+}
+
+void Form::waitBeyondWritingChannel()
+{
+    int firstBytePauseMs = exchange::kPauseMs;
+    if (waitDelayEdited) {
+        bool isNumber = false;
+        const int typed = ui->lineEdit_WaitBeyondWriting_chanel->text().trimmed().toInt(&isNumber, 10);
+        if (isNumber && typed > 0)
+            firstBytePauseMs = qMin(typed, kMaxChannelFirstBytePauseMs);
+    } else {
+        const QSignalBlocker blocker(ui->lineEdit_WaitBeyondWriting_chanel);
+        ui->lineEdit_WaitBeyondWriting_chanel->setText(QString::number(exchange::kPauseMs));
+    }
+    waitBeyondWriting(firstBytePauseMs);
+}
+
+void Form::waitBeyondWriting(int firstBytePauseMs)
+{
+    exchange::CompletionWait wait(firstBytePauseMs);
+    while (wait.phase() == exchange::CompletionWait::Phase::FirstByte) {
+        nonBlockingPause(wait.pauseMs());
+        wait.observe(port->bytesAvailable());
+    }
+    logLine(tr("После ожидания первого байта bytes ="), QString::number(wait.firstByteCount()));
+
+    while (wait.phase() == exchange::CompletionWait::Phase::Settling) {
+        nonBlockingPause(wait.pauseMs());
+        wait.observe(port->bytesAvailable());
+        const QVector<qint64> &counts = wait.counts();
+        for (int i = 0; i < counts.size(); ++i)
+            logLine(QStringLiteral("bytesAvailable[") + QString::number(i) + QStringLiteral("] ="),
+                    QString::number(counts.at(i)));
+    }
+    if (wait.settled())
+        logLine(tr("После после сравнения двух значений байтов ="), QString::number(wait.counts().last()));
+    logLine(tr("Конец waitBeyondWriting"));
+}
