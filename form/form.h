@@ -242,6 +242,10 @@ private:
     // Shows the device's wall-clock fields in dateTimeEdit as they are, whatever the PC's zone.
     void showDeviceClock(const QDate &date, const QTime &time);
 
+    // Channels (form_channels.cpp).
+
+    // Journals (form_journal.cpp).
+
     Ui::Form *ui;
 
     // Host services
