@@ -31,7 +31,13 @@ constexpr quint8 kRspUd = 0x08;
 constexpr quint8 kCiApplicationError = 0x70;
 constexpr quint8 kCiVariableData = 0x72;
 constexpr quint8 kCiFixedData = 0x73;
+constexpr quint8 kCiVariableDataMsbFirst = 0x76;
+constexpr quint8 kCiFixedDataMsbFirst = 0x77;
+constexpr quint8 kCiVariableDataNoHeader = 0x78;
+constexpr quint8 kCiVariableDataShortHeader = 0x7A;
 constexpr int kVariableHeaderSize = 12;
+constexpr int kShortHeaderSize = 4;
+constexpr quint8 kUnknownMedium = 0x0F;
 constexpr int kFixedDataSize = 16;
 constexpr int kMaxExtensions = 10; // DIFEs, and VIFEs, per record
 constexpr quint8 kDifManufacturerData = 0x0F;
@@ -41,13 +47,24 @@ constexpr quint8 kExtensionBit = 0x80;
 constexpr quint8 kVifExtensionFb = 0xFB;
 constexpr quint8 kVifExtensionFd = 0xFD;
 constexpr quint8 kVifPlainText = 0x7C;
+constexpr quint8 kVifManufacturer = 0x7F;
 constexpr quint8 kVifeManufacturer = 0x7F;
 
-// Reads forward through the user data; `end` is the position of the checksum byte.
+QByteArray reversed(const QByteArray &bytes)
+{
+    QByteArray out(bytes.size(), '\0');
+    for (int i = 0; i < bytes.size(); ++i)
+        out[i] = bytes.at(bytes.size() - 1 - i);
+    return out;
+}
+
+// Reads forward through the user data; `end` is the position of the checksum byte. Values come out
+// least significant byte first whatever order the telegram sends them in.
 class Cursor
 {
 public:
-    Cursor(const QByteArray &frame, int position, int end) : m_frame(frame), m_position(position), m_end(end)
+    Cursor(const QByteArray &frame, int position, int end, bool msbFirst)
+        : m_frame(frame), m_position(position), m_end(end), m_msbFirst(msbFirst)
     {
     }
 
@@ -61,11 +78,18 @@ public:
         m_position += count;
         return bytes;
     }
+    // A multi-byte value, least significant byte first (texts: last character first).
+    QByteArray takeValue(int count)
+    {
+        const QByteArray bytes = take(count);
+        return m_msbFirst ? reversed(bytes) : bytes;
+    }
 
 private:
     const QByteArray &m_frame;
     int m_position;
     int m_end;
+    bool m_msbFirst;
 };
 
 struct Failure {
@@ -122,10 +146,7 @@ void setBcd(DataRecord *record, const QByteArray &bytes, bool negative)
 
 QString reversedLatin1(const QByteArray &bytes)
 {
-    QByteArray reversed(bytes.size(), '\0');
-    for (int i = 0; i < bytes.size(); ++i)
-        reversed[i] = bytes.at(bytes.size() - 1 - i);
-    return QString::fromLatin1(reversed);
+    return QString::fromLatin1(reversed(bytes));
 }
 
 int fullYear(int year, int hundredYears)
@@ -176,7 +197,8 @@ TimePoint timePoint(const QByteArray &bytes)
 bool carriesTime(Quantity quantity)
 {
     return quantity == Quantity::Date || quantity == Quantity::DateTime ||
-           quantity == Quantity::TariffStart || quantity == Quantity::BatteryChangeTime;
+           quantity == Quantity::TariffStart || quantity == Quantity::BatteryChangeTime ||
+           quantity == Quantity::JournalRangeStart || quantity == Quantity::JournalRangeEnd;
 }
 
 // Data field length in bytes for the fixed-size codes; -1 for variable length (0xD).
@@ -225,6 +247,12 @@ QVector<UnitOption> unitOptions(BaseUnit unit)
         return {{32, 0}};
     case BaseUnit::DecibelMilliwatt:
         return {{41, 0}};
+    case BaseUnit::Calorie:
+        return {{7, 0}, {8, 3}, {23, 6}, {9, 9}};
+    case BaseUnit::VarHour:
+        return {{3, 0}, {4, 3}};
+    case BaseUnit::Percent:
+        return {{40, 0}};
     case BaseUnit::None:
     case BaseUnit::Volt:
     case BaseUnit::Ampere:
@@ -235,6 +263,12 @@ QVector<UnitOption> unitOptions(BaseUnit unit)
     case BaseUnit::Currency:
     case BaseUnit::Baud:
     case BaseUnit::BitTime:
+    case BaseUnit::VoltAmpereHour:
+    case BaseUnit::Var:
+    case BaseUnit::VoltAmpere:
+    case BaseUnit::Degree:
+    case BaseUnit::Hertz:
+    case BaseUnit::Millisecond:
         return {};
     }
     return {};
@@ -297,6 +331,8 @@ quint8 quantityValueKind(Quantity quantity)
         return 37;
     case Quantity::Energy:
         return 1;
+    case Quantity::ReactiveEnergy:
+        return 3;
     case Quantity::Volume:
         return 5;
     case Quantity::Mass:
@@ -391,6 +427,42 @@ quint8 quantityValueKind(Quantity quantity)
     case Quantity::SpecialSupplierInformation:
     case Quantity::BatteryOperatingTime:
     case Quantity::BatteryChangeTime:
+    case Quantity::ApparentEnergy:
+    case Quantity::ReactivePower:
+    case Quantity::ApparentPower:
+    case Quantity::RelativeHumidity:
+    case Quantity::PhaseVoltageToVoltage:
+    case Quantity::PhaseVoltageToCurrent:
+    case Quantity::Frequency:
+    case Quantity::RatingFactorK:
+    case Quantity::RatingFactorKq:
+    case Quantity::RatingFactorKc:
+    case Quantity::RatingFactorKcr:
+    case Quantity::RatingFactorKch:
+    case Quantity::RatingFactorKt:
+    case Quantity::ScalingFactorKd:
+    case Quantity::SecurityKey:
+    case Quantity::RemoteControl:
+    case Quantity::TariffSubunitDescriptor:
+    case Quantity::OperatorSpecificData:
+    case Quantity::TimePointSecond:
+    case Quantity::WirelessContainer:
+    case Quantity::TransmissionPeriod:
+    case Quantity::DaylightSaving:
+    case Quantity::ListeningWindow:
+    case Quantity::RemainingBatteryLifetime:
+    case Quantity::MeterStopCount:
+    case Quantity::ManufacturerContainer:
+    case Quantity::ReportDay:
+    case Quantity::PulseWeight:
+    case Quantity::PulseDuration:
+    case Quantity::InputAppointment:
+    case Quantity::JournalKind:
+    case Quantity::JournalFirstRecord:
+    case Quantity::JournalRecordCount:
+    case Quantity::JournalRangeStart:
+    case Quantity::JournalRangeEnd:
+    case Quantity::JournalEvent:
         return 0;
     }
     return 0;
@@ -422,7 +494,8 @@ void classify(DataRecord *record, quint8 medium)
 }
 
 // Reads the value information block after the DIB. Fails on a missing byte or too many VIFEs.
-bool readVib(Cursor *cursor, DataRecord *record, Failure *failure)
+// `manufacturer` is the header's: records behind VIF 0xFF of the ZORVA's own code get their names.
+bool readVib(Cursor *cursor, quint16 manufacturer, DataRecord *record, Failure *failure)
 {
     const int vibStart = cursor->position();
     if (cursor->atEnd()) {
@@ -459,8 +532,9 @@ bool readVib(Cursor *cursor, DataRecord *record, Failure *failure)
             *failure = {TelegramError::PlainTextTruncated, lengthAt};
             return false;
         }
-        record->plainTextUnit = reversedLatin1(cursor->take(length));
+        record->plainTextUnit = reversedLatin1(cursor->takeValue(length));
     }
+    bool manufacturerCodes = (vif & 0x7F) == kVifManufacturer;
     while (extended) {
         if (vifeCount == kMaxExtensions) {
             *failure = {TelegramError::TooManyVifes, cursor->position()};
@@ -474,16 +548,21 @@ bool readVib(Cursor *cursor, DataRecord *record, Failure *failure)
         record->vib.append(char(vife));
         ++vifeCount;
         extended = vife & kExtensionBit;
-        if (record->manufacturerVife)
+        if (manufacturerCodes) {
+            record->manufacturerVifes.append(vife & 0x7F);
             continue;
+        }
         int correction = 0;
         if ((vife & 0x7F) == kVifeManufacturer)
-            record->manufacturerVife = true;
+            record->manufacturerVife = manufacturerCodes = true;
         else if (correctionExponent(vife, &correction))
             record->meaning.exponent += correction;
         else
             record->vifes.append(vife & 0x7F);
     }
+    if (record->meaning.quantity == Quantity::ManufacturerSpecific && manufacturer == kZorvaManufacturer &&
+        !record->manufacturerVifes.isEmpty())
+        record->meaning = zorvaVif(record->manufacturerVifes.first());
     if (record->meaning.quantity == Quantity::PlainText)
         record->unitDescription = spacedUnitText(record->meaning.exponent, record->plainTextUnit);
     else
@@ -531,7 +610,7 @@ bool readData(Cursor *cursor, quint8 dif, DataRecord *record, Failure *failure)
         *failure = {TelegramError::DataTruncated, cursor->position()};
         return false;
     }
-    const QByteArray bytes = cursor->take(size);
+    const QByteArray bytes = cursor->takeValue(size);
     switch (variable) {
     case Variable::Text:
         record->type = ValueType::Text;
@@ -539,11 +618,19 @@ bool readData(Cursor *cursor, quint8 dif, DataRecord *record, Failure *failure)
         return true;
     case Variable::PositiveBcd:
     case Variable::NegativeBcd:
-        setBcd(record, bytes, variable == Variable::NegativeBcd);
+        if (size > 0)
+            setBcd(record, bytes, variable == Variable::NegativeBcd);
         return true;
     case Variable::Binary:
-        record->type = ValueType::Binary;
-        record->bytes = bytes;
+        // A binary number of up to 8 bytes is read as the fixed-length integers are (type B); a
+        // longer one is shown as its bytes.
+        if (size > 8) {
+            record->type = ValueType::Binary;
+            record->bytes = bytes;
+        } else if (size > 0) {
+            record->type = ValueType::Integer;
+            record->integer = signedLittleEndian(bytes);
+        }
         return true;
     case Variable::No:
         break;
@@ -571,7 +658,8 @@ bool readData(Cursor *cursor, quint8 dif, DataRecord *record, Failure *failure)
 }
 
 // Reads the data records of a variable data structure, from the cursor to the checksum.
-bool readRecords(Cursor *cursor, quint8 medium, QVector<DataRecord> *records, Failure *failure)
+bool readRecords(Cursor *cursor, quint8 medium, quint16 manufacturer, QVector<DataRecord> *records,
+                 Failure *failure)
 {
     while (!cursor->atEnd()) {
         DataRecord record;
@@ -612,7 +700,7 @@ bool readRecords(Cursor *cursor, quint8 medium, QVector<DataRecord> *records, Fa
             record.subunit |= quint32((dife >> 6) & 0x01) << n;
             extended = dife & kExtensionBit;
         }
-        if (!readVib(cursor, &record, failure) || !readData(cursor, dif, &record, failure))
+        if (!readVib(cursor, manufacturer, &record, failure) || !readData(cursor, dif, &record, failure))
             return false;
         classify(&record, medium);
         records->append(record);
@@ -725,12 +813,20 @@ DataRecord fixedCounter(const QByteArray &bytes, int offset, quint8 unitCode, bo
     return record;
 }
 
+// A multi-byte field of the header or a counter, least significant byte first.
+QByteArray field(const QByteArray &frame, int at, int size, bool msbFirst)
+{
+    const QByteArray bytes = frame.mid(at, size);
+    return msbFirst ? reversed(bytes) : bytes;
+}
+
 void decodeFixed(const QByteArray &frame, Telegram *telegram)
 {
     const int d = kUserDataStart;
     const auto at = [&frame](int i) { return quint8(frame.at(i)); };
     SlaveHeader &header = telegram->header;
-    header.identification = quint32(littleEndian(frame.mid(d, 4)));
+    const bool msb = header.msbFirst;
+    header.identification = quint32(littleEndian(field(frame, d, 4, msb)));
     header.accessNumber = at(d + 4);
     header.status = at(d + 5);
     const quint8 unit1 = at(d + 6);
@@ -739,23 +835,49 @@ void decodeFixed(const QByteArray &frame, Telegram *telegram)
     header.medium = kFixedMediumBytes[header.fixedMedium];
     const bool binary = header.status & 0x80;
     const DataRecord first =
-        fixedCounter(frame.mid(d + 8, 4), d + 8, unit1 & 0x3F, binary, header.medium, nullptr);
+        fixedCounter(field(frame, d + 8, 4, msb), d + 8, unit1 & 0x3F, binary, header.medium, nullptr);
     telegram->records.append(first);
     telegram->records.append(
-        fixedCounter(frame.mid(d + 12, 4), d + 12, unit2 & 0x3F, binary, header.medium, &first));
+        fixedCounter(field(frame, d + 12, 4, msb), d + 12, unit2 & 0x3F, binary, header.medium, &first));
+}
+
+// Size of the application header before the records of a variable data structure.
+int variableHeaderSize(HeaderLayout layout)
+{
+    switch (layout) {
+    case HeaderLayout::Long:
+        return kVariableHeaderSize;
+    case HeaderLayout::Short:
+        return kShortHeaderSize;
+    case HeaderLayout::None:
+        return 0;
+    }
+    return 0;
 }
 
 void decodeVariableHeader(const QByteArray &frame, SlaveHeader *header)
 {
-    const int d = kUserDataStart;
+    int d = kUserDataStart;
+    const bool msb = header->msbFirst;
     const auto at = [&frame](int i) { return quint8(frame.at(i)); };
-    header->identification = quint32(littleEndian(frame.mid(d, 4)));
-    header->manufacturer = quint16(at(d + 4) | (at(d + 5) << 8));
-    header->version = at(d + 6);
-    header->medium = at(d + 7);
+    switch (header->layout) {
+    case HeaderLayout::None:
+        header->medium = kUnknownMedium;
+        return;
+    case HeaderLayout::Short:
+        header->medium = kUnknownMedium;
+        d -= 8; // the access number, status and signature of the long header, nothing before them
+        break;
+    case HeaderLayout::Long:
+        header->identification = quint32(littleEndian(field(frame, d, 4, msb)));
+        header->manufacturer = quint16(littleEndian(field(frame, d + 4, 2, msb)));
+        header->version = at(d + 6);
+        header->medium = at(d + 7);
+        break;
+    }
     header->accessNumber = at(d + 8);
     header->status = at(d + 9);
-    header->signature = quint16(at(d + 10) | (at(d + 11) << 8));
+    header->signature = quint16(littleEndian(field(frame, d + 10, 2, msb)));
 }
 
 // Size of the long frame at `from` as its length field announces it, or everything left when no
@@ -832,21 +954,31 @@ TelegramError decodeTelegram(const QByteArray &frame, Telegram *telegram, int *e
             telegram->applicationError = dataSize > 0 ? quint8(frame.at(kUserDataStart)) : 0;
             break;
         case kCiFixedData:
+        case kCiFixedDataMsbFirst:
             telegram->kind = TelegramKind::FixedData;
+            header.msbFirst = header.ci == kCiFixedDataMsbFirst;
             if (dataSize != kFixedDataSize)
                 failure = {TelegramError::FixedDataLength, 1};
             else
                 decodeFixed(frame, telegram);
             break;
-        case kCiVariableData: {
+        case kCiVariableData:
+        case kCiVariableDataMsbFirst:
+        case kCiVariableDataShortHeader:
+        case kCiVariableDataNoHeader: {
             telegram->kind = TelegramKind::VariableData;
-            if (dataSize < kVariableHeaderSize) {
+            header.msbFirst = header.ci == kCiVariableDataMsbFirst;
+            header.layout = header.ci == kCiVariableDataShortHeader ? HeaderLayout::Short
+                            : header.ci == kCiVariableDataNoHeader  ? HeaderLayout::None
+                                                                    : HeaderLayout::Long;
+            const int headerSize = variableHeaderSize(header.layout);
+            if (dataSize < headerSize) {
                 failure = {TelegramError::HeaderTruncated, end};
                 break;
             }
             decodeVariableHeader(frame, &header);
-            Cursor cursor(frame, kUserDataStart + kVariableHeaderSize, end);
-            readRecords(&cursor, header.medium, &telegram->records, &failure);
+            Cursor cursor(frame, kUserDataStart + headerSize, end, header.msbFirst);
+            readRecords(&cursor, header.medium, header.manufacturer, &telegram->records, &failure);
             break;
         }
         default:

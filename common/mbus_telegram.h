@@ -3,15 +3,25 @@
 // Decoder of M-Bus slave replies (RSP_UD long frames) into a header and data records.
 //
 // Long frame:   68 L L 68 C A CI user-data... CS 16   (L counts C..last data byte, CS = their sum)
-// CI 0x72, variable data, 12-byte header then data records:
+// CI 0x72, variable data, 12-byte long header then data records:
 //   [0..3] identification, BCD, low pair first  [4..5] manufacturer, 3 letters of 5 bits
 //   [6] version  [7] medium  [8] access number  [9] status  [10..11] signature
+// CI 0x7A, variable data, 4-byte short header: [0] access number [1] status [2..3] signature
+// CI 0x78, variable data, no header: the records start right after CI
+// CI 0x76, variable data as 0x72, and CI 0x77, fixed data as 0x73, with every multi-byte field
+//   (identification, manufacturer, signature, counters, record values, texts) sent most
+//   significant byte first: the mode bit (CI bit 2) of EN 1434-3 and the 1998 M-Bus edition,
+//   reserved in EN 13757-7:2018 but still sent by older meters
 // Data record:  DIF [DIFE x0..10] VIF [VIFE x0..10] data
 //   DIF   bit 7 extension, bit 6 storage LSB, bits 5-4 function, bits 3-0 data field
 //   DIFE  bit 7 extension, bit 6 subunit, bits 5-4 tariff, bits 3-0 storage
 //   VIF   bit 7 extension, bits 6-0 value information (0x7B/0x7D with the extension bit: the first
 //         VIFE is the true VIF from the 0xFB / 0xFD table; 0x7C: a length byte and the unit as text,
-//         last character first, come right after the VIF)
+//         last character first, come right after the VIF; 0x7F: every VIFE that follows is the
+//         manufacturer's own, as is every VIFE after a VIFE 0x7F)
+//   data field 0xD: LVAR byte, then 00..BF text of LVAR characters (last character first),
+//         C0..C9 / D0..D9 positive / negative BCD of LVAR-C0 / LVAR-D0 bytes, E0..EF binary number
+//         of LVAR-E0 bytes, F0..F4 binary number of 4*(LVAR-EC) bytes, F5 of 48, F6 of 64 bytes
 //   DIF 0x0F / 0x1F: manufacturer data up to the checksum (0x1F: more records follow); 0x2F: filler
 // CI 0x73, fixed data, 16 bytes:
 //   [0..3] identification  [4] access number  [5] status (bit 7: counters binary, else BCD)
@@ -114,6 +124,7 @@ struct DataRecord {
     QString plainTextUnit;           // unit of a plain-text VIF, in reading order
     QVector<quint8> vifes;           // combinable VIFE codes (7 bits) that are not corrections
     bool manufacturerVife = false;   // VIFE 0x7F: what follows belongs to the manufacturer
+    QVector<quint8> manufacturerVifes; // the manufacturer's own VIFEs (7 bits), after VIF or VIFE 0x7F
     QString unitDescription;         // English, e.g. "Energy (10 Wh)"
     quint8 fixedUnit = kNoFixedUnit; // the 6-bit unit code of a fixed-structure counter
 
@@ -129,19 +140,29 @@ struct DataRecord {
     bool textReading = false; // a Text value that parsed as a number with a unit word
     TimePoint time;
     QString text;
-    QByteArray bytes; // Binary (received order) and ManufacturerData
+    QByteArray bytes; // Binary (least significant byte first) and ManufacturerData (as received)
 
     bool isNumeric() const;
 };
 
+// Which application header came before the records (variable data) or the counters (fixed data).
+enum class HeaderLayout {
+    Long,  // identification, manufacturer, version, medium, access number, status, signature
+    Short, // access number, status, signature
+    None,
+};
+
 struct SlaveHeader {
+    HeaderLayout layout = HeaderLayout::Long;
+    bool msbFirst = false; // CI 0x76 / 0x77: multi-byte fields most significant byte first
     quint8 control = 0;
     quint8 address = 0;
     quint8 ci = 0;
     quint32 identification = 0; // BCD digits as a little-endian number
     quint16 manufacturer = 0;
     quint8 version = 0;
-    quint8 medium = 0;      // EN 13757-3 medium byte (fixed data: mapped from its 4-bit code)
+    quint8 medium = 0;      // EN 13757-3 medium byte (fixed data: mapped from its 4-bit code;
+                            // without a long header 0x0F, unknown)
     quint8 fixedMedium = 0; // 4-bit medium code of the fixed data structure
     quint8 accessNumber = 0;
     quint8 status = 0;

@@ -178,6 +178,80 @@ QString TelegramText::quantityName(Quantity quantity)
         return tr("Дата замены батареи");
     case Quantity::Rssi:
         return tr("Уровень сигнала");
+    case Quantity::ReactiveEnergy:
+        return tr("Реактивная энергия");
+    case Quantity::ApparentEnergy:
+        return tr("Полная энергия");
+    case Quantity::ReactivePower:
+        return tr("Реактивная мощность");
+    case Quantity::ApparentPower:
+        return tr("Полная мощность");
+    case Quantity::RelativeHumidity:
+        return tr("Относительная влажность");
+    case Quantity::PhaseVoltageToVoltage:
+        return tr("Угол сдвига фаз напряжений");
+    case Quantity::PhaseVoltageToCurrent:
+        return tr("Угол сдвига фаз напряжения и тока");
+    case Quantity::Frequency:
+        return tr("Частота");
+    case Quantity::RatingFactorK:
+        return tr("Итоговый оценочный коэффициент K");
+    case Quantity::RatingFactorKq:
+        return tr("Коэффициент тепловой мощности Kq");
+    case Quantity::RatingFactorKc:
+        return tr("Общий коэффициент теплового контакта Kc");
+    case Quantity::RatingFactorKcr:
+        return tr("Коэффициент теплового контакта со стороны помещения Kcr");
+    case Quantity::RatingFactorKch:
+        return tr("Коэффициент теплового контакта со стороны прибора отопления Kch");
+    case Quantity::RatingFactorKt:
+        return tr("Коэффициент низкой температуры Kt");
+    case Quantity::ScalingFactorKd:
+        return tr("Масштабный коэффициент показаний KD");
+    case Quantity::SecurityKey:
+        return tr("Ключ защиты");
+    case Quantity::RemoteControl:
+        return tr("Дистанционное управление");
+    case Quantity::TariffSubunitDescriptor:
+        return tr("Описание тарифов и подустройств");
+    case Quantity::OperatorSpecificData:
+        return tr("Данные оператора");
+    case Quantity::TimePointSecond:
+        return tr("Секунда момента времени");
+    case Quantity::WirelessContainer:
+        return tr("Контейнер протокола беспроводной M-Bus");
+    case Quantity::TransmissionPeriod:
+        return tr("Период передачи данных");
+    case Quantity::DaylightSaving:
+        return tr("Переход на летнее время");
+    case Quantity::ListeningWindow:
+        return tr("Окно приема");
+    case Quantity::RemainingBatteryLifetime:
+        return tr("Остаточный срок службы батареи");
+    case Quantity::MeterStopCount:
+        return tr("Число остановок счетчика");
+    case Quantity::ManufacturerContainer:
+        return tr("Контейнер протокола изготовителя");
+    case Quantity::ReportDay:
+        return tr("Отчетный день");
+    case Quantity::PulseWeight:
+        return tr("Вес импульса");
+    case Quantity::PulseDuration:
+        return tr("Длительность импульса");
+    case Quantity::InputAppointment:
+        return tr("Назначение входа");
+    case Quantity::JournalKind:
+        return tr("Вид журнала");
+    case Quantity::JournalFirstRecord:
+        return tr("Первая запись");
+    case Quantity::JournalRecordCount:
+        return tr("Количество записей");
+    case Quantity::JournalRangeStart:
+        return tr("Начало диапазона");
+    case Quantity::JournalRangeEnd:
+        return tr("Конец диапазона");
+    case Quantity::JournalEvent:
+        return tr("Событие");
     }
     return QString();
 }
@@ -204,6 +278,18 @@ QString TelegramText::baseUnitName(BaseUnit unit)
         return tr("бод");
     case BaseUnit::BitTime:
         return tr("бит. интервалов");
+    case BaseUnit::VoltAmpereHour:
+        return tr("ВА.час");
+    case BaseUnit::Var:
+        return tr("ВАР");
+    case BaseUnit::VoltAmpere:
+        return tr("ВА");
+    case BaseUnit::Degree:
+        return tr("°");
+    case BaseUnit::Hertz:
+        return tr("Гц");
+    case BaseUnit::Millisecond:
+        return tr("мс");
     case BaseUnit::None:
     case BaseUnit::WattHour:
     case BaseUnit::Joule:
@@ -220,6 +306,9 @@ QString TelegramText::baseUnitName(BaseUnit unit)
     case BaseUnit::Fahrenheit:
     case BaseUnit::Bar:
     case BaseUnit::DecibelMilliwatt:
+    case BaseUnit::Calorie:
+    case BaseUnit::VarHour:
+    case BaseUnit::Percent:
         return QString();
     }
     return QString();
@@ -372,7 +461,18 @@ QString TelegramText::valueText(const DataRecord &record)
     if (unit.isEmpty())
         unit = baseUnitName(record.meaning.baseUnit);
     const QString number = scaledValueText(record);
+    if (record.meaning.quantity == Quantity::JournalEvent && record.type == ValueType::Integer)
+        return number + QStringLiteral(" (") + eventName(quint8(record.integer)) + QLatin1Char(')');
     return unit.isEmpty() ? number : number + QLatin1Char(' ') + unit;
+}
+
+// "0x1A", "0x1E 0x01": the manufacturer's own VIFE codes.
+QString manufacturerCodesText(const QVector<quint8> &codes)
+{
+    QStringList texts;
+    for (quint8 code : codes)
+        texts << hexCode(code, 2);
+    return texts.join(QLatin1Char(' '));
 }
 
 QString TelegramText::record(const DataRecord &record)
@@ -380,6 +480,9 @@ QString TelegramText::record(const DataRecord &record)
     QString name = valueKindName(record.valueKind);
     if (name.isEmpty())
         name = quantityName(record.meaning.quantity);
+    // A record of a manufacturer whose codes are not known here: its VIFEs tell records apart.
+    if (record.meaning.quantity == Quantity::ManufacturerSpecific && !record.manufacturerVifes.isEmpty())
+        name += QLatin1Char(' ') + manufacturerCodesText(record.manufacturerVifes);
     if (record.function == RecordFunction::ManufacturerSpecific ||
         record.function == RecordFunction::MoreRecordsFollow) {
         const QString data = record.bytes.isEmpty() ? tr("нет данных") : valueText(record);
@@ -398,8 +501,11 @@ QString TelegramText::record(const DataRecord &record)
         if (!note.isEmpty())
             details << note;
     }
-    if (record.manufacturerVife)
-        details << tr("с признаком изготовителя");
+    if (record.manufacturerVife) {
+        details << (record.manufacturerVifes.isEmpty()
+                        ? tr("с признаком изготовителя")
+                        : tr("с признаком изготовителя %1").arg(manufacturerCodesText(record.manufacturerVifes)));
+    }
     return name + QStringLiteral(" = ") + valueText(record) + QStringLiteral(" (") +
            details.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
@@ -417,18 +523,28 @@ QString TelegramText::telegram(const Telegram &telegram)
         return lines.join(QLatin1Char('\n'));
     }
     const bool fixed = telegram.kind == TelegramKind::FixedData;
-    lines << tr("Идентификационный номер: %1").arg(identificationText(header.identification));
-    if (!fixed) {
-        lines << tr("Изготовитель: %1").arg(manufacturerLetters(header.manufacturer));
-        lines << tr("Версия: %1").arg(header.version);
+    if (header.msbFirst)
+        lines << tr("Порядок байтов: старший байт первым");
+    if (fixed || header.layout == HeaderLayout::Long) {
+        lines << tr("Идентификационный номер: %1").arg(identificationText(header.identification));
+        if (!fixed) {
+            lines << tr("Изготовитель: %1").arg(manufacturerLetters(header.manufacturer));
+            lines << tr("Версия: %1").arg(header.version);
+        }
+        lines << tr("Среда: %1 (%2)").arg(mediumName(header.medium), hexCode(header.medium, 2));
+    } else if (header.layout == HeaderLayout::Short) {
+        lines << tr("Короткий заголовок: без идентификации прибора");
+    } else {
+        lines << tr("Без заголовка данных");
     }
-    lines << tr("Среда: %1 (%2)").arg(mediumName(header.medium), hexCode(header.medium, 2));
-    lines << tr("Номер доступа: %1").arg(header.accessNumber);
-    lines << tr("Статус: %1 (%2)")
-                 .arg(hexCode(header.status, 2),
-                      mbusStatusTexts(header.status, fixed).join(QStringLiteral("; ")));
-    if (!fixed)
-        lines << tr("Подпись: %1").arg(hexCode(header.signature, 4));
+    if (fixed || header.layout != HeaderLayout::None) {
+        lines << tr("Номер доступа: %1").arg(header.accessNumber);
+        lines << tr("Статус: %1 (%2)")
+                     .arg(hexCode(header.status, 2),
+                          mbusStatusTexts(header.status, fixed).join(QStringLiteral("; ")));
+        if (!fixed)
+            lines << tr("Подпись: %1").arg(hexCode(header.signature, 4));
+    }
     lines << tr("Записей данных: %1").arg(telegram.records.size());
     for (int i = 0; i < telegram.records.size(); ++i)
         lines << QStringLiteral("%1. ").arg(i + 1) + record(telegram.records.at(i));

@@ -80,11 +80,26 @@ const VifRange kPrimary[] = {
      "Manufacturer specific", ""},
 };
 
+// Extension table 0xFB as EN 13757-3:2018 lists it. Codes the 2004 edition withdrew and the 2018
+// edition leaves reserved (US gallons 0x22..0x26, degrees Fahrenheit 0x58..0x67 and 0x70..0x73)
+// keep their earlier meaning: no later code took their place, and older meters still send them.
+// The heat cost allocator rating factors 0x68..0x6E are sent as raw numbers (K, Kc, Kcr, Kch, Kt
+// and KD in steps of 2^-12) and are shown as sent.
 const VifRange kExtensionFb[] = {
     {0x00, 0x01, Step::Exponent, Q::Energy, B::WattHour, 5, 6, T::None, D::DecimalFactor, "Energy", "MWh"},
+    {0x02, 0x03, Step::Exponent, Q::ReactiveEnergy, B::VarHour, 3, 3, T::None, D::DecimalFactor,
+     "Reactive energy", "kVARh"},
+    {0x04, 0x05, Step::Exponent, Q::ApparentEnergy, B::VoltAmpereHour, 3, 3, T::None, D::DecimalFactor,
+     "Apparent energy", "kVAh"},
     {0x08, 0x09, Step::Exponent, Q::Energy, B::Joule, 8, 9, T::None, D::DecimalFactor, "Energy", "GJ"},
+    {0x0C, 0x0F, Step::Exponent, Q::Energy, B::Calorie, 5, 6, T::None, D::DecimalFactor, "Energy", "MCal"},
     {0x10, 0x11, Step::Exponent, Q::Volume, B::CubicMetre, 2, 0, T::None, D::DecimalFactor, "Volume", "m^3"},
+    {0x14, 0x17, Step::Exponent, Q::ReactivePower, B::Var, 0, 3, T::None, D::DecimalFactor, "Reactive power",
+     "kVAR"},
     {0x18, 0x19, Step::Exponent, Q::Mass, B::Kilogram, 5, 3, T::None, D::DecimalFactor, "Mass", "t"},
+    {0x1A, 0x1B, Step::Exponent, Q::RelativeHumidity, B::Percent, -1, 0, T::None, D::DecimalFactor,
+     "Relative humidity", "%"},
+    {0x20, 0x20, Step::Single, Q::Volume, B::CubicFoot, 0, 0, T::None, D::DecimalFactor, "Volume", "feet^3"},
     {0x21, 0x21, Step::Single, Q::Volume, B::CubicFoot, -1, 0, T::None, D::DecimalFactor, "Volume", "feet^3"},
     {0x22, 0x22, Step::Single, Q::Volume, B::UsGallon, -1, 0, T::None, D::DecimalFactor, "Volume",
      "american gallon"},
@@ -97,7 +112,14 @@ const VifRange kExtensionFb[] = {
     {0x26, 0x26, Step::Single, Q::VolumeFlow, B::UsGallonPerHour, 0, 0, T::None, D::DecimalFactor,
      "Volume flow", "american gallon/h"},
     {0x28, 0x29, Step::Exponent, Q::Power, B::Watt, 5, 6, T::None, D::DecimalFactor, "Power", "MW"},
+    {0x2A, 0x2A, Step::Single, Q::PhaseVoltageToVoltage, B::Degree, -1, 0, T::None, D::DecimalFactor,
+     "Phase U-U", "deg"},
+    {0x2B, 0x2B, Step::Single, Q::PhaseVoltageToCurrent, B::Degree, -1, 0, T::None, D::DecimalFactor,
+     "Phase U-I", "deg"},
+    {0x2C, 0x2F, Step::Exponent, Q::Frequency, B::Hertz, -3, 0, T::None, D::DecimalFactor, "Frequency", "Hz"},
     {0x30, 0x31, Step::Exponent, Q::Power, B::JoulePerHour, 8, 9, T::None, D::DecimalFactor, "Power", "GJ/h"},
+    {0x34, 0x37, Step::Exponent, Q::ApparentPower, B::VoltAmpere, 0, 3, T::None, D::DecimalFactor,
+     "Apparent power", "kVA"},
     {0x58, 0x5B, Step::Exponent, Q::FlowTemperature, B::Fahrenheit, -3, 0, T::None, D::SpacedPrefix,
      "Flow temperature", "deg F"},
     {0x5C, 0x5F, Step::Exponent, Q::ReturnTemperature, B::Fahrenheit, -3, 0, T::None, D::SpacedPrefix,
@@ -106,6 +128,20 @@ const VifRange kExtensionFb[] = {
      "Temperature Difference", "deg F"},
     {0x64, 0x67, Step::Exponent, Q::ExternalTemperature, B::Fahrenheit, -3, 0, T::None, D::SpacedPrefix,
      "External temperature", "deg F"},
+    {0x68, 0x68, Step::Single, Q::RatingFactorK, B::None, 0, 0, T::None, D::NameOnly,
+     "Resulting rating factor K", ""},
+    {0x69, 0x69, Step::Single, Q::RatingFactorKq, B::None, 0, 0, T::None, D::NameOnly,
+     "Thermal output rating factor Kq", ""},
+    {0x6A, 0x6A, Step::Single, Q::RatingFactorKc, B::None, 0, 0, T::None, D::NameOnly,
+     "Thermal coupling rating factor overall Kc", ""},
+    {0x6B, 0x6B, Step::Single, Q::RatingFactorKcr, B::None, 0, 0, T::None, D::NameOnly,
+     "Thermal coupling rating factor room side Kcr", ""},
+    {0x6C, 0x6C, Step::Single, Q::RatingFactorKch, B::None, 0, 0, T::None, D::NameOnly,
+     "Thermal coupling rating factor heater side Kch", ""},
+    {0x6D, 0x6D, Step::Single, Q::RatingFactorKt, B::None, 0, 0, T::None, D::NameOnly,
+     "Low temperature rating factor Kt", ""},
+    {0x6E, 0x6E, Step::Single, Q::ScalingFactorKd, B::None, 0, 0, T::None, D::NameOnly,
+     "Display output scaling factor KD", ""},
     {0x70, 0x73, Step::Exponent, Q::TemperatureLimit, B::Fahrenheit, -3, 0, T::None, D::SpacedPrefix,
      "Cold / Warm Temperature Limit", "deg F"},
     {0x74, 0x77, Step::Exponent, Q::TemperatureLimit, B::Celsius, -3, 0, T::None, D::SpacedPrefix,
@@ -114,6 +150,9 @@ const VifRange kExtensionFb[] = {
      "Cumul. count max power", "W"},
 };
 
+// Extension table 0xFD as EN 13757-3:2018 lists it. English names of the older codes stay as M-Bus
+// tools have always printed them (0x08 is the access number the 2018 edition calls the unique
+// message identification, 0x09 the medium it calls the device type).
 const VifRange kExtensionFd[] = {
     {0x00, 0x03, Step::Exponent, Q::Credit, B::Currency, -3, 0, T::None, D::SpacedPrefix, "Credit",
      "local currency units"},
@@ -148,6 +187,7 @@ const VifRange kExtensionFd[] = {
     {0x16, 0x16, Step::Single, Q::Password, B::None, 0, 0, T::None, D::NameOnly, "Password", ""},
     {0x17, 0x17, Step::Single, Q::ErrorFlags, B::None, 0, 0, T::None, D::NameOnly, "Error flags", ""},
     {0x18, 0x18, Step::Single, Q::ErrorMask, B::None, 0, 0, T::None, D::NameOnly, "Error mask", ""},
+    {0x19, 0x19, Step::Single, Q::SecurityKey, B::None, 0, 0, T::None, D::NameOnly, "Security key", ""},
     {0x1A, 0x1A, Step::Single, Q::DigitalOutput, B::None, 0, 0, T::None, D::NameOnly,
      "Digital output (binary)", ""},
     {0x1B, 0x1B, Step::Single, Q::DigitalInput, B::None, 0, 0, T::None, D::NameOnly, "Digital input (binary)",
@@ -156,16 +196,23 @@ const VifRange kExtensionFd[] = {
     {0x1D, 0x1D, Step::Single, Q::ResponseDelay, B::BitTime, 0, 0, T::None, D::SpacedPrefix,
      "Response delay time", "bittimes"},
     {0x1E, 0x1E, Step::Single, Q::Retry, B::None, 0, 0, T::None, D::NameOnly, "Retry", ""},
+    {0x1F, 0x1F, Step::Single, Q::RemoteControl, B::None, 0, 0, T::None, D::NameOnly, "Remote control", ""},
     {0x20, 0x20, Step::Single, Q::FirstStorageNumber, B::None, 0, 0, T::None, D::NameOnly,
      "First storage # for cyclic storage", ""},
     {0x21, 0x21, Step::Single, Q::LastStorageNumber, B::None, 0, 0, T::None, D::NameOnly,
      "Last storage # for cyclic storage", ""},
     {0x22, 0x22, Step::Single, Q::StorageBlockSize, B::None, 0, 0, T::None, D::NameOnly,
      "Size of storage block", ""},
+    {0x23, 0x23, Step::Single, Q::TariffSubunitDescriptor, B::None, 0, 0, T::None, D::NameOnly,
+     "Descriptor for tariff and subunit", ""},
     {0x24, 0x27, Step::Time, Q::StorageInterval, B::None, 0, 0, T::Seconds, D::TimeUnitName,
      "Storage interval", ""},
     {0x28, 0x29, Step::Time, Q::StorageInterval, B::None, 0, 0, T::Months, D::TimeUnitName,
      "Storage interval", ""},
+    {0x2A, 0x2A, Step::Single, Q::OperatorSpecificData, B::None, 0, 0, T::None, D::NameOnly,
+     "Operator specific data", ""},
+    {0x2B, 0x2B, Step::Single, Q::TimePointSecond, B::None, 0, 0, T::None, D::NameOnly, "Time point second",
+     ""},
     {0x2C, 0x2F, Step::Time, Q::DurationSinceReadout, B::None, 0, 0, T::Seconds, D::TimeUnitName,
      "Duration since last readout", ""},
     {0x30, 0x30, Step::Single, Q::TariffStart, B::None, 0, 0, T::None, D::NameOnly,
@@ -178,6 +225,10 @@ const VifRange kExtensionFd[] = {
      ""},
     {0x3A, 0x3A, Step::Single, Q::Dimensionless, B::None, 0, 0, T::None, D::NameOnly,
      "dimensionless / no VIF", ""},
+    {0x3B, 0x3B, Step::Single, Q::WirelessContainer, B::None, 0, 0, T::None, D::NameOnly,
+     "Data container for wireless M-Bus protocol", ""},
+    {0x3C, 0x3F, Step::Time, Q::TransmissionPeriod, B::None, 0, 0, T::Seconds, D::TimeUnitName,
+     "Period of nominal data transmissions", ""},
     {0x40, 0x4F, Step::Exponent, Q::Voltage, B::Volt, -9, 0, T::None, D::UnitOnly, "Voltage", "V"},
     {0x50, 0x5F, Step::Exponent, Q::Current, B::Ampere, -12, 0, T::None, D::UnitOnly, "Current", "A"},
     {0x60, 0x60, Step::Single, Q::ResetCounter, B::None, 0, 0, T::None, D::NameOnly, "Reset counter", ""},
@@ -199,6 +250,36 @@ const VifRange kExtensionFd[] = {
     {0x70, 0x70, Step::Single, Q::BatteryChangeTime, B::None, 0, 0, T::None, D::NameOnly,
      "Date and time of battery change", ""},
     {0x71, 0x71, Step::Single, Q::Rssi, B::DecibelMilliwatt, 0, 0, T::None, D::SpacedPrefix, "RSSI", "dBm"},
+    {0x72, 0x72, Step::Single, Q::DaylightSaving, B::None, 0, 0, T::None, D::NameOnly,
+     "Daylight saving (beginning, ending, deviation)", ""},
+    {0x73, 0x73, Step::Single, Q::ListeningWindow, B::None, 0, 0, T::None, D::NameOnly,
+     "Listening window management", ""},
+    {0x74, 0x74, Step::Single, Q::RemainingBatteryLifetime, B::None, 0, 0, T::Days, D::TimeUnitName,
+     "Remaining battery life time", ""},
+    {0x75, 0x75, Step::Single, Q::MeterStopCount, B::None, 0, 0, T::None, D::NameOnly,
+     "Number of times the meter was stopped", ""},
+    {0x76, 0x76, Step::Single, Q::ManufacturerContainer, B::None, 0, 0, T::None, D::NameOnly,
+     "Data container for manufacturer specific protocol", ""},
+};
+
+// The ZORVA's own codes: the first VIFE after VIF 0xFF, from the device's protocol description.
+const VifRange kZorva[] = {
+    {0x1A, 0x1A, Step::Single, Q::ReportDay, B::None, 0, 0, T::None, D::NameOnly, "Report day", ""},
+    {0x1D, 0x1D, Step::Single, Q::PulseDuration, B::Millisecond, 0, 0, T::None, D::SpacedPrefix,
+     "Pulse duration", "ms"},
+    {0x1E, 0x1E, Step::Single, Q::PulseWeight, B::None, 0, 0, T::None, D::NameOnly, "Pulse weight", ""},
+    {0x1F, 0x1F, Step::Single, Q::InputAppointment, B::None, 0, 0, T::None, D::NameOnly, "Input appointment",
+     ""},
+    {0x20, 0x20, Step::Single, Q::JournalKind, B::None, 0, 0, T::None, D::NameOnly, "Journal kind", ""},
+    {0x21, 0x21, Step::Single, Q::JournalFirstRecord, B::None, 0, 0, T::None, D::NameOnly,
+     "First journal record", ""},
+    {0x22, 0x22, Step::Single, Q::JournalRecordCount, B::None, 0, 0, T::None, D::NameOnly,
+     "Journal record count", ""},
+    {0x23, 0x23, Step::Single, Q::JournalRangeStart, B::None, 0, 0, T::None, D::NameOnly,
+     "Journal range start", ""},
+    {0x24, 0x24, Step::Single, Q::JournalRangeEnd, B::None, 0, 0, T::None, D::NameOnly, "Journal range end",
+     ""},
+    {0x25, 0x25, Step::Single, Q::JournalEvent, B::None, 0, 0, T::None, D::NameOnly, "Journal event", ""},
 };
 
 template <int N> VifMeaning lookup(const VifRange (&table)[N], quint8 code, const char *unassigned)
@@ -296,6 +377,14 @@ VifMeaning extensionFbVif(quint8 code)
 VifMeaning extensionFdVif(quint8 code)
 {
     return lookup(kExtensionFd, code, "Reserved VIF extension");
+}
+
+VifMeaning zorvaVif(quint8 code)
+{
+    VifMeaning meaning = lookup(kZorva, code, "Manufacturer specific");
+    if (meaning.quantity == Quantity::Unknown)
+        meaning.quantity = Quantity::ManufacturerSpecific;
+    return meaning;
 }
 
 QString vifDescription(const VifMeaning &meaning, quint8 code)

@@ -1,8 +1,9 @@
 #pragma once
 
 // Meaning of the value information of an M-Bus data record (EN 13757-3): the primary VIF table,
-// the two extension tables reached through VIF 0xFB and 0xFD, and the combinable VIFE codes that
-// rescale a value. Codes here are the 7 low bits; the extension bit is the caller's business.
+// the two extension tables reached through VIF 0xFB and 0xFD, the combinable VIFE codes that
+// rescale a value, and the ZORVA's own codes behind VIF 0xFF. Codes here are the 7 low bits; the
+// extension bit is the caller's business.
 
 #include <QString>
 #include <QtGlobal>
@@ -86,6 +87,45 @@ enum class Quantity {
     BatteryOperatingTime,
     BatteryChangeTime,
     Rssi,
+    // Added to the extension tables in the 2013 and 2018 editions.
+    ReactiveEnergy,
+    ApparentEnergy,
+    ReactivePower,
+    ApparentPower,
+    RelativeHumidity,
+    PhaseVoltageToVoltage,
+    PhaseVoltageToCurrent,
+    Frequency,
+    RatingFactorK,
+    RatingFactorKq,
+    RatingFactorKc,
+    RatingFactorKcr,
+    RatingFactorKch,
+    RatingFactorKt,
+    ScalingFactorKd,
+    SecurityKey,
+    RemoteControl,
+    TariffSubunitDescriptor,
+    OperatorSpecificData,
+    TimePointSecond,
+    WirelessContainer,
+    TransmissionPeriod,
+    DaylightSaving,
+    ListeningWindow,
+    RemainingBatteryLifetime,
+    MeterStopCount,
+    ManufacturerContainer,
+    // The ZORVA's own records (manufacturer "ZRV", VIF 0xFF and the first VIFE).
+    ReportDay,
+    PulseWeight,
+    PulseDuration,
+    InputAppointment,
+    JournalKind,
+    JournalFirstRecord,
+    JournalRecordCount,
+    JournalRangeStart,
+    JournalRangeEnd,
+    JournalEvent,
 };
 
 // The physical unit a scaled quantity is counted in. The exponent of a record is relative to this
@@ -116,6 +156,15 @@ enum class BaseUnit {
     Baud,
     BitTime,
     DecibelMilliwatt,
+    Calorie,
+    VarHour,
+    VoltAmpereHour,
+    Var,
+    VoltAmpere,
+    Percent,
+    Degree,
+    Hertz,
+    Millisecond,
 };
 
 enum class TimeUnit { None, Seconds, Minutes, Hours, Days, Months, Years };
@@ -144,6 +193,14 @@ struct VifMeaning {
 VifMeaning primaryVif(quint8 code);
 VifMeaning extensionFbVif(quint8 code); // the true VIF after VIF 0xFB
 VifMeaning extensionFdVif(quint8 code); // the true VIF after VIF 0xFD
+
+// The ZORVA's manufacturer code: letters "ZRV" packed as (L1-64)*1024 + (L2-64)*32 + (L3-64).
+constexpr quint16 kZorvaManufacturer = 0x6A56;
+
+// The ZORVA's own record behind VIF 0xFF, by the first manufacturer VIFE (1A report day, 1D pulse
+// duration, 1E pulse weight, 1F input appointment, 20..25 journal). Unknown codes give
+// Quantity::ManufacturerSpecific.
+VifMeaning zorvaVif(quint8 code);
 
 // English description of a meaning, e.g. "Volume (1e-2 m^3)". `code` names an unknown VIF
 // ("Unknown (VIF=0x7B)").
