@@ -1,5 +1,8 @@
 // The built zorva-decode tool, run as engineers run it: on fixture files and on standard input.
 
+#include "common/hex_dump.h"
+#include "sim/protocol_engine.h"
+
 #include <QtTest>
 #include <numeric>
 
@@ -38,6 +41,7 @@ private slots:
     void printsEveryCorpusFrame();
     void input_data();
     void input();
+    void simulatorAnswers();
 };
 
 // All captured replies in one stream: a telegram each, with as many records as their expected decodings.
@@ -79,6 +83,10 @@ void TestZorvaDecode::input_data()
         << QByteArray(
                "681b1b680801720720\r\n1800E61E35074C000000\t0C 78 07 20 18 00 0C 16 69 02 00 00 96 16\n")
         << 0 << "2. Объем воды = 269 м.куб (текущее значение, хранение 0)";
+    QTest::newRow("type F in summer time, JSON")
+        << QStringList{"--json"}
+        << QByteArray("68 15 15 68 08 01 72 78 56 34 12 24 40 01 07 55 00 00 00 04 6D 0B 8B CD 13 37 16") << 0
+        << "\"summerTime\": true";
     QTest::newRow("too many DIFEs, JSON") << QStringList{"--json", kFrames + "error-frames/too_many_dife.hex"}
                                           << QByteArray() << 1 << "\"error\": \"TooManyDifes\"";
     QTest::newRow("single digit D") << QStringList{kFrames + "unsupported-frames/manual_frame1.hex"}
@@ -102,6 +110,39 @@ void TestZorvaDecode::input()
     const bool refused = exitCode == 2;
     QVERIFY2((refused ? run.err : run.out).contains(printed), qPrintable(run.out + run.err));
     QCOMPARE(refused ? run.out : run.err, QString());
+}
+
+// The simulated device's information, channel configuration and data answers in one stream: every
+// record named in the text, and the same record lines in JSON.
+void TestZorvaDecode::simulatorAnswers()
+{
+    sim::DeviceModel model;
+    sim::ProtocolEngine engine(model);
+    const QDateTime now(QDate(2024, 7, 1), QTime(12, 0), Qt::UTC);
+    const QByteArray stream = hexDump(engine.informationAnswer(now) + engine.channelAnswer(1) +
+                                      engine.dataTelegram(now))
+                                  .toLatin1();
+    const Run text = runTool({}, stream);
+    QCOMPARE(text.exitCode, 0);
+    for (const QString &line : {"4. Отчетный день = 1 (текущее значение, хранение 0)",
+                                "2. Вес импульса = 1 (текущее значение, хранение 0)",
+                                "3. Длительность импульса = 50 мс (текущее значение, хранение 0)",
+                                "4. Назначение входа = 1 (текущее значение, хранение 0)"})
+        QVERIFY2(text.out.contains(line), qPrintable(text.out));
+    QVERIFY2(!text.out.contains("ошибка записи"), qPrintable(text.out));
+
+    const Run json = runTool({"--json"}, stream);
+    QCOMPARE(json.exitCode, 0);
+    QStringList jsonLines;
+    for (const QJsonValue piece : QJsonDocument::fromJson(json.out.toUtf8())["pieces"].toArray()) {
+        const QJsonArray records = piece["records"].toArray();
+        for (int i = 0; i < records.size(); ++i)
+            jsonLines << QStringLiteral("%1. %2").arg(i + 1).arg(records.at(i)["text"].toString());
+    }
+    const QStringList textLines =
+        text.out.split('\n').filter(QRegularExpression(QStringLiteral("^\\d+\\. ")));
+    QCOMPARE(jsonLines.size(), 5 + 6 + model.channelCount() + 1);
+    QCOMPARE(jsonLines, textLines);
 }
 
 QTEST_GUILESS_MAIN(TestZorvaDecode)

@@ -51,6 +51,19 @@ QString kindName(TelegramKind kind)
     return QString();
 }
 
+QString layoutName(HeaderLayout layout)
+{
+    switch (layout) {
+    case HeaderLayout::Long:
+        return QStringLiteral("long");
+    case HeaderLayout::Short:
+        return QStringLiteral("short");
+    case HeaderLayout::None:
+        return QStringLiteral("none");
+    }
+    return QString();
+}
+
 QJsonObject recordToJson(const DataRecord &record)
 {
     QJsonObject json{
@@ -74,6 +87,14 @@ QJsonObject recordToJson(const DataRecord &record)
     };
     if (record.type == ValueType::Date || record.type == ValueType::DateTime)
         json.insert(QStringLiteral("timeInvalid"), record.time.invalid);
+    if (record.type == ValueType::DateTime)
+        json.insert(QStringLiteral("summerTime"), record.time.summerTime);
+    if (!record.manufacturerVifes.isEmpty()) {
+        QJsonArray codes;
+        for (quint8 code : record.manufacturerVifes)
+            codes.append(hexCode(code, 2));
+        json.insert(QStringLiteral("manufacturerVifes"), codes);
+    }
     return json;
 }
 
@@ -98,20 +119,27 @@ QJsonObject telegramToJson(const Telegram &telegram)
         return json;
     }
     const bool fixed = telegram.kind == TelegramKind::FixedData;
-    QJsonObject headerJson{
-        {QStringLiteral("identification"), identificationText(header.identification)},
-        {QStringLiteral("medium"), header.medium},
-        {QStringLiteral("mediumName"), mediumName(header.medium)},
-        {QStringLiteral("mediumDescription"), mediumDescription(telegram)},
-        {QStringLiteral("accessNumber"), header.accessNumber},
-        {QStringLiteral("status"), header.status},
-        {QStringLiteral("statusTexts"), QJsonArray::fromStringList(mbusStatusTexts(header.status, fixed))},
-    };
-    if (!fixed) {
+    QJsonObject headerJson{{QStringLiteral("msbFirst"), header.msbFirst}};
+    if (!fixed)
+        headerJson.insert(QStringLiteral("layout"), layoutName(header.layout));
+    if (fixed || header.layout == HeaderLayout::Long) {
+        headerJson.insert(QStringLiteral("identification"), identificationText(header.identification));
+        headerJson.insert(QStringLiteral("medium"), header.medium);
+        headerJson.insert(QStringLiteral("mediumName"), mediumName(header.medium));
+        headerJson.insert(QStringLiteral("mediumDescription"), mediumDescription(telegram));
+    }
+    if (!fixed && header.layout == HeaderLayout::Long) {
         headerJson.insert(QStringLiteral("manufacturer"), manufacturerLetters(header.manufacturer));
         headerJson.insert(QStringLiteral("version"), header.version);
-        headerJson.insert(QStringLiteral("signature"), hexCode(header.signature, 4));
     }
+    if (fixed || header.layout != HeaderLayout::None) {
+        headerJson.insert(QStringLiteral("accessNumber"), header.accessNumber);
+        headerJson.insert(QStringLiteral("status"), header.status);
+        headerJson.insert(QStringLiteral("statusTexts"),
+                          QJsonArray::fromStringList(mbusStatusTexts(header.status, fixed)));
+    }
+    if (!fixed && header.layout != HeaderLayout::None)
+        headerJson.insert(QStringLiteral("signature"), hexCode(header.signature, 4));
     json.insert(QStringLiteral("header"), headerJson);
     QJsonArray records;
     for (const DataRecord &record : telegram.records)
