@@ -1,5 +1,7 @@
 #include "sim/device_model.h"
 
+#include "sim/journals.h"
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -89,6 +91,77 @@ bool channelFromJson(const QJsonObject &o, ChannelState *c)
     c->durationMs = static_cast<quint16>(duration);
     c->appointment = static_cast<quint8>(appointment);
     c->errorFlags = static_cast<quint8>(errorFlags);
+    return true;
+}
+
+const char *const kJournalNames[kJournalKinds] = {"events", "hourly", "daily", "monthly", "yearly"};
+
+// A journal as an array of records, each an array of numbers: events [time, code, channel],
+// archives [time, counter of channel 1, ..., counter of channel 16].
+QJsonObject journalsToJson(const DeviceModel &m)
+{
+    QJsonObject out;
+    for (int k = 0; k < kJournalKinds; ++k) {
+        QJsonArray records;
+        for (const JournalRecord &r : m.journals[static_cast<size_t>(k)]) {
+            QJsonArray fields{r.time};
+            if (k == static_cast<int>(JournalKind::Events)) {
+                fields.append(r.event);
+                fields.append(r.channel);
+            } else {
+                for (quint32 counter : r.counters)
+                    fields.append(static_cast<qint64>(counter));
+            }
+            records.append(fields);
+        }
+        out.insert(QLatin1String(kJournalNames[k]), records);
+    }
+    return out;
+}
+
+bool numberAt(const QJsonArray &fields, int i, qint64 max, qint64 *value)
+{
+    const double parsed = fields.at(i).toDouble(-1);
+    if (!fields.at(i).isDouble() || parsed < 0 || parsed > static_cast<double>(max) ||
+        parsed != static_cast<double>(static_cast<qint64>(parsed)))
+        return false;
+    *value = static_cast<qint64>(parsed);
+    return true;
+}
+
+bool journalsFromJson(const QJsonObject &o, DeviceModel *m)
+{
+    for (int k = 0; k < kJournalKinds; ++k) {
+        const JournalKind kind = static_cast<JournalKind>(k);
+        const QJsonValue value = o.value(QLatin1String(kJournalNames[k]));
+        if (!value.isArray() || value.toArray().size() > journalCapacity(kind))
+            return false;
+        QVector<JournalRecord> &journal = m->journals[static_cast<size_t>(k)];
+        journal.clear();
+        for (const QJsonValue &entry : value.toArray()) {
+            const QJsonArray fields = entry.toArray();
+            const bool events = kind == JournalKind::Events;
+            if (fields.size() != (events ? 3 : 1 + DeviceModel::kChannels))
+                return false;
+            JournalRecord r;
+            qint64 number = 0;
+            if (!numberAt(fields, 0, 0xFFFFFFFFLL, &r.time))
+                return false;
+            for (int i = 1; i < fields.size(); ++i) {
+                if (!numberAt(fields, i, events ? (i == 1 ? 0xFF : DeviceModel::kChannels) : 0xFFFFFFFFLL,
+                              &number))
+                    return false;
+                if (!events)
+                    r.counters.append(static_cast<quint32>(number));
+                else if (i == 1)
+                    r.event = static_cast<quint8>(number);
+                else
+                    r.channel = static_cast<quint8>(number);
+            }
+            journal.append(r);
+        }
+    }
+    m->journalsBuilt = true;
     return true;
 }
 
@@ -185,22 +258,24 @@ bool DeviceModel::save(const QString &file, QString *error) const
     QJsonArray channelArray;
     for (const ChannelState &c : channels)
         channelArray.append(channelToJson(c));
-    const QJsonObject root{{QStringLiteral("format"), kStateFormat},
-                           {QStringLiteral("address"), address},
-                           {QStringLiteral("speedCode"), hex(speedCode, 2)},
-                           {QStringLiteral("identification"), hex(identification, 8)},
-                           {QStringLiteral("manufacturer"), manufacturer},
-                           {QStringLiteral("mbusVersion"), mbusVersion},
-                           {QStringLiteral("medium"), hex(medium, 2)},
-                           {QStringLiteral("softwareVersion"), hex(softwareVersion, 4)},
-                           {QStringLiteral("softwareCode"), hex(softwareCode, 4)},
-                           {QStringLiteral("buildNumber"), buildNumber},
-                           {QStringLiteral("reportDay"), reportDay},
-                           {QStringLiteral("accessNumber"), accessNumber},
-                           {QStringLiteral("status"), hex(status, 2)},
-                           {QStringLiteral("clockOffsetSecs"), clockOffsetSecs},
-                           {QStringLiteral("journalClears"), static_cast<qint64>(journalClears)},
-                           {QStringLiteral("channels"), channelArray}};
+    QJsonObject root{{QStringLiteral("format"), kStateFormat},
+                     {QStringLiteral("address"), address},
+                     {QStringLiteral("speedCode"), hex(speedCode, 2)},
+                     {QStringLiteral("identification"), hex(identification, 8)},
+                     {QStringLiteral("manufacturer"), manufacturer},
+                     {QStringLiteral("mbusVersion"), mbusVersion},
+                     {QStringLiteral("medium"), hex(medium, 2)},
+                     {QStringLiteral("softwareVersion"), hex(softwareVersion, 4)},
+                     {QStringLiteral("softwareCode"), hex(softwareCode, 4)},
+                     {QStringLiteral("buildNumber"), buildNumber},
+                     {QStringLiteral("reportDay"), reportDay},
+                     {QStringLiteral("accessNumber"), accessNumber},
+                     {QStringLiteral("status"), hex(status, 2)},
+                     {QStringLiteral("clockOffsetSecs"), clockOffsetSecs},
+                     {QStringLiteral("journalClears"), static_cast<qint64>(journalClears)},
+                     {QStringLiteral("channels"), channelArray}};
+    if (journalsBuilt)
+        root.insert(QStringLiteral("journals"), journalsToJson(*this));
     // QSaveFile writes a temporary file and renames it, so a failed write keeps the previous state.
     QSaveFile out(file);
     if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(root).toJson()) < 0 || !out.commit()) {
@@ -247,6 +322,12 @@ bool DeviceModel::load(const QString &file, QString *error)
             setError(error, QStringLiteral("malformed channel %1 in the state file").arg(i + 1));
             return false;
         }
+    }
+    // A state file from before the journals keeps its device; the history is then built afresh.
+    if (o.contains(QStringLiteral("journals")) &&
+        !journalsFromJson(o.value(QStringLiteral("journals")).toObject(), &m)) {
+        setError(error, QStringLiteral("malformed journals in the state file"));
+        return false;
     }
     m.address = static_cast<quint8>(addr);
     m.speedCode = static_cast<quint8>(speed);

@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QVector>
 #include <QtGlobal>
 #include <array>
 
@@ -23,6 +24,16 @@ struct ChannelState {
     quint16 durationMs = 50;    // shortest pulse accepted, milliseconds
     quint8 appointment = 1;     // input kind: 0 off, 1 counting, 2 alarm, 3 NAMUR counting, 4 NAMUR alarm
     quint8 errorFlags = 0;      // reported in the channel's error-flag record
+};
+
+enum class JournalKind { Events = 0, Hourly = 1, Daily = 2, Monthly = 3, Yearly = 4 };
+constexpr int kJournalKinds = 5;
+
+struct JournalRecord {
+    qint64 time = 0;           // seconds since 1970, device clock (UTC), whole minutes
+    quint8 event = 0;          // events: the event code (the vocabulary's eventName)
+    quint8 channel = 0;        // events: the channel, 0 for the device itself
+    QVector<quint32> counters; // archives: the pulse counter of every channel, channel 1 first
 };
 
 struct DeviceModel {
@@ -44,6 +55,10 @@ struct DeviceModel {
     qint64 clockOffsetSecs = 0; // device clock = system UTC + offset
     quint32 journalClears = 0;  // how many times the journals were cleared
     std::array<ChannelState, kChannels> channels{};
+    // Newest record first, indexed by JournalKind. Built at the first journal request when the
+    // state file held none (see sim/journals.h).
+    std::array<QVector<JournalRecord>, kJournalKinds> journals{};
+    bool journalsBuilt = false;
 
     DeviceModel();
 

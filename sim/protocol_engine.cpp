@@ -31,6 +31,8 @@ constexpr quint32 kVifReportDay = 0xFF1A;
 constexpr quint32 kVifDuration = 0xFF1D;
 constexpr quint32 kVifWeight = 0xFF1E;
 constexpr quint32 kVifAppointment = 0xFF1F;
+constexpr quint32 kVifJournalFirst = 0xFF20; // the selection's records, FF 20 .. FF 24
+constexpr quint32 kVifJournalLast = 0xFF24;
 constexpr quint8 kDifInt8 = 0x01;
 constexpr quint8 kDifInt16 = 0x02;
 constexpr quint8 kDifInt32 = 0x04;
@@ -217,6 +219,7 @@ EngineReply ProtocolEngine::handleRegister(const QByteArray &frame, const QDateT
         return {};
     const quint8 self = model_.address;
     const quint8 function = byteAt(frame, 1);
+    readout_ = Readout::Idle;
     const quint16 start = word(frame, 2);
     const int count = word(frame, 4);
     const auto answerIf = [to](const QByteArray &answer, bool changed) {
@@ -251,6 +254,7 @@ EngineReply ProtocolEngine::handleRegister(const QByteArray &frame, const QDateT
         return answerIf(registerException(self, function, kIllegalAddress), false);
     if (journal) {
         ++model_.journalClears;
+        clearJournals(model_, model_.clockUtc(systemUtc));
     } else {
         for (int i = 0; i < count; ++i) {
             const int reg = start + i - regs::kCounters;
@@ -271,6 +275,9 @@ EngineReply ProtocolEngine::handleShort(const QByteArray &frame, const QDateTime
     const Target to = target(byteAt(frame, 2));
     if (to != Target::Answered)
         return {};
+    const QByteArray journalAnswer = journalTelegram(control, byteAt(frame, 2));
+    if (!journalAnswer.isEmpty())
+        return {journalAnswer, false};
     switch (control) {
     case frames::kSndNke:
     case kReqUd1:
@@ -293,6 +300,8 @@ EngineReply ProtocolEngine::handleLong(const QByteArray &frame, const QDateTime 
     if (to == Target::Foreign || (control != frames::kSndUd && control != frames::kSndUdFcb))
         return {};
     const bool answered = to == Target::Answered;
+    // Any SND_UD ends a journal readout; a new selection starts the next one.
+    readout_ = Readout::Idle;
     const QByteArray ack(1, static_cast<char>(frames::kAck));
 
     if (ci == kCiReset && data.size() <= 1)
@@ -318,6 +327,8 @@ EngineReply ProtocolEngine::handleRecords(const QByteArray &bytes, bool answered
     QList<DataRecord> records;
     if (!parseDataRecords(bytes, &records) || records.isEmpty())
         return {};
+    if (records.first().vif >= kVifJournalFirst && records.first().vif <= kVifJournalLast)
+        return startJournalReadout(records, answered, systemUtc);
     // Changes go to a copy first, so a telegram with one bad record changes nothing.
     DeviceModel next = model_;
     ChannelState *channel = nullptr;
@@ -376,6 +387,46 @@ EngineReply ProtocolEngine::handleRecords(const QByteArray &bytes, bool answered
     }
     model_ = next;
     return {answered ? QByteArray(1, static_cast<char>(frames::kAck)) : QByteArray(), true};
+}
+
+EngineReply ProtocolEngine::startJournalReadout(const QList<DataRecord> &records, bool answered,
+                                                const QDateTime &systemUtc)
+{
+    JournalSelection selection;
+    if (!parseJournalSelection(records, &selection))
+        return {};
+    // A device without a history in its state file starts with one, kept from then on.
+    const bool built = !model_.journalsBuilt;
+    if (built)
+        buildJournals(model_, model_.clockUtc(systemUtc));
+    journal_ = JournalReadout(model_, selection);
+    readout_ = Readout::Reading;
+    lastTelegram_.clear();
+    return {answered ? QByteArray(1, static_cast<char>(frames::kAck)) : QByteArray(), built};
+}
+
+QByteArray ProtocolEngine::journalTelegram(quint8 control, quint8 address)
+{
+    const bool request = control == frames::kReqUd2 || control == frames::kReqUd2Fcb;
+    const bool fcb = control == frames::kReqUd2Fcb;
+    const bool repeat = !lastTelegram_.isEmpty() && fcb == lastFcb_;
+    if (readout_ == Readout::Finished && request && repeat && address == model_.address)
+        return lastTelegram_;
+    if (readout_ != Readout::Reading || !request) {
+        readout_ = Readout::Idle;
+        return {};
+    }
+    if (repeat)
+        return lastTelegram_;
+    bool final = false;
+    const QByteArray records = journal_.advance(model_, &final);
+    const QByteArray head =
+        header(model_.identification, model_.manufacturerCode(), model_.mbusVersion, model_.medium);
+    lastTelegram_ = rspUd(kCiVariableAnswer, head, records);
+    lastFcb_ = fcb;
+    if (final)
+        readout_ = Readout::Finished;
+    return lastTelegram_;
 }
 
 QByteArray ProtocolEngine::header(quint32 identification, quint16 manufacturer, quint8 version, quint8 medium)

@@ -22,8 +22,13 @@
 // Data telegram (REQ_UD2): per channel 84 <DIFE chain of the channel> FD 3A counter(4), then
 //   04 6D date-time (type F: min, hour, day | (y & 7) << 5, month | (y >> 3) << 4)
 // M-Bus application error (exception answer): 68 04 04 68 08 A 70 00 CS 16
+// Journal readout (selection and telegrams: sim/journals.h): from the selection's E5 every REQ_UD2
+// gets the next journal telegram; one with the frame count bit of the last gets that telegram again.
+// After the final telegram only such a repeat to the device's own address still gets it; any other
+// request, SND_NKE or the reset telegram ends the readout, and REQ_UD2 gets the data telegram again.
 
 #include "sim/device_model.h"
+#include "sim/journals.h"
 #include "sim/request_assembler.h"
 
 #include <QByteArray>
@@ -65,8 +70,18 @@ private:
     bool readRegister(quint16 reg, const QDateTime &systemUtc, quint16 *value) const;
     QByteArray rspUd(quint8 ci, const QByteArray &header, const QByteArray &records);
     QByteArray header(quint32 identification, quint16 manufacturer, quint8 version, quint8 medium);
+    EngineReply startJournalReadout(const QList<DataRecord> &records, bool answered,
+                                    const QDateTime &systemUtc);
+    // The journal telegram for a REQ_UD2, or nothing when no readout is under way.
+    QByteArray journalTelegram(quint8 control, quint8 address);
 
     DeviceModel &model_;
+
+    enum class Readout { Idle, Reading, Finished };
+    Readout readout_ = Readout::Idle;
+    JournalReadout journal_;
+    bool lastFcb_ = false;
+    QByteArray lastTelegram_;
 };
 
 } // namespace sim
