@@ -1,10 +1,13 @@
 #pragma once
 
+#include "device/channel_frames.h"
+#include "device/unit_files.h"
 #include "sdk/common_module_iface.h"
 #include "sdk/core_interfaces.h"
 #include "sdk/tstringmap.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QDateTime>
 #include <QSerialPort>
 #include <QTimer>
@@ -243,8 +246,49 @@ private:
     void showDeviceClock(const QDate &date, const QTime &time);
 
     // Channels (form_channels.cpp).
+    void loadChannelDataFiles();
+    void fillUnitList();
+    void fillWeightList();
+    void storeWeight();
+    void resultLine(const QString &text);
+    QList<int> tickedChannels(const QString &prefix) const; // "checkBoxChan" or "checkBoxPar", ascending
+    void enableChannelBoxes();
+    void channelSelectionChanged();
+    void readSelectionChanged();
+    // The checks of a configuration write, in their order; false after the box.
+    bool channelWriteInputsOrWarn(const device::ChannelWriteChoice &choice);
+    // Fetches, builds and writes each channel in turn; stops at the first failure.
+    void writeChannelConfigurations(const QList<int> &channels, const device::ChannelWriteChoice &choice);
+    // The fetch request and its reply (the channel variant of the completion wait); nothing after
+    // "Ошибка чтения данных" when no answer came.
+    QByteArray fetchChannelOrWarn(int channel);
+    void showChannelInEditors(const device::ChannelConfiguration &channel);
+    void fillChannelRow(int row, int channel, const device::ChannelConfiguration &configuration);
+    void selectChannel(int channel);
+    void readChannelsIntoTable();
+    // Writes a channel's pulse counter (function 16 at its settings register); false after the box.
+    bool writeCounterOrWarn(int channel, quint32 counter);
 
     // Journals (form_journal.cpp).
+    // Wires what the page's auto-connection leaves out (the second export button, "Суточный").
+    void setUpJournalPage();
+    // The kind of the checked radio button (device::journal::Kind), -1 when none is; a change of kind
+    // forgets the summary's bounds.
+    int checkedJournalKind() const;
+    void journalKindChanged();
+    // The reset telegram; false after "Ошибка чтения данных" when the device did not acknowledge it.
+    bool resetJournalSelectionOrWarn();
+    // REQ_UD2 with the given frame count bit, asked again with the same bit up to twice; the
+    // telegram as received, or nothing.
+    QByteArray askJournalTelegram(bool frameCountBit);
+    // Bytes after the request until a whole M-Bus frame has come (or none comes).
+    QByteArray collectJournalTelegram();
+    void readJournal();
+    void exportJournal();
+    int journalKind = -1;
+    int journalHeld = -1; // records held by the journal of journalKind per its summary, -1 unknown
+    bool journalReading = false;
+    bool journalStopRequested = false;
 
     Ui::Form *ui;
 
@@ -286,5 +330,11 @@ private:
     int addressTried = 0;
 
     QByteArray uploadBuffer;
+
+    // Channels
+    device::ChannelRecord channelRecord;
+    QVector<device::UnitEntry> units;          // "data/ZORVA VIF.txt", or the built-in list
+    QVector<device::WeightEntry> weightLists; // "data/ZORVA1.txt"
+    QMap<int, device::ChannelConfiguration> channelTable; // what each table row shows, by channel
     QTimer *timer;
 };

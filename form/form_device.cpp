@@ -386,6 +386,7 @@ void Form::on_pushButton_readZorvaConfig_clicked()
     for (int channel = 1; channel <= numberOfChannels; ++channel)
         ui->comboBox_ChannelNumber->addItem(QString::number(channel));
     ui->lineEdit_numberChannels->setText(QString::number(numberOfChannels));
+    enableChannelBoxes();
     ui->lineEdit_VersionPO->setText(info.softwareVersion);
     ui->lineEdit_codePO->setText(info.softwareCode);
     ui->lineEdit_assemblyNumber->setText(QString::number(info.buildNumber));

@@ -8,6 +8,7 @@
 #include <QDebug>
 #include <QGridLayout>
 #include <QIcon>
+#include <QLabel>
 #include <iterator>
 
 namespace {
@@ -47,11 +48,6 @@ constexpr MediumItem kMedia[] = {{"EM Электричество", 0x02}, {"GM �
 const char *const kAppointments[] = {"Не подключен", "Импульсный счетный вход", "Импульсный аварийный вход",
                                      "Счетный вход намур", "Аварийный вход намур"};
 
-const char *const kPulseWeights[] = {
-    "1 л/имп",     "10 л/имп",     "100 л/имп",    "1000 л/имп",   "1 ккал/имп",  "10 ккал/имп",
-    "100 ккал/имп", "1000 ккал/имп", "1 Мкал/имп",  "10 Мкал/имп",  "1 кВтч/имп",  "10 кВтч/имп",
-    "100 кВтч/имп", "1 кДж/имп",    "10 кДж/имп",  "100 кДж/имп", "1 МДж/имп",   "10 МДж/имп"};
-
 } // namespace
 
 Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
@@ -90,14 +86,18 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
     // Channel selection (first row) and parameter selection (second row), one pair per input,
     // each wired to its own numbered slot.
     auto *checkLayout = qobject_cast<QGridLayout *>(ui->widget_channelCheckBoxes->layout());
+    checkLayout->addWidget(new QLabel(tr("Запись:"), ui->widget_channelCheckBoxes), 0, 0);
+    checkLayout->addWidget(new QLabel(tr("Чтение:"), ui->widget_channelCheckBoxes), 1, 0);
     for (int i = 0; i < kChannelCheckBoxes; ++i) {
         const QString number = QString::number(i + 1);
         auto *channelBox = new QCheckBox(number, ui->widget_channelCheckBoxes);
         channelBox->setObjectName(QStringLiteral("checkBoxChan") + number);
         auto *parameterBox = new QCheckBox(number, ui->widget_channelCheckBoxes);
         parameterBox->setObjectName(QStringLiteral("checkBoxPar") + number);
-        checkLayout->addWidget(channelBox, 0, i);
-        checkLayout->addWidget(parameterBox, 1, i);
+        channelBox->setToolTip(tr("Канал %1 записывается и обнуляется").arg(number));
+        parameterBox->setToolTip(tr("Канал %1 читается в таблицу (ни одного: все каналы)").arg(number));
+        checkLayout->addWidget(channelBox, 0, i + 1);
+        checkLayout->addWidget(parameterBox, 1, i + 1);
         connect(channelBox, SIGNAL(stateChanged(int)), this, numberedSlot("slotCheckBoxChan", i + 1));
         connect(parameterBox, SIGNAL(stateChanged(int)), this, numberedSlot("slotCheckBoxPar", i + 1));
     }
@@ -116,6 +116,10 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
 
 Form::~Form()
 {
+    // QWidget's destructor would delete the port after Form's own part is gone, and closing it there
+    // would signal slotPortIsClose on a half-destroyed form: let it go while the form is whole.
+    port->disconnect(this);
+    delete port;
     delete ui;
 }
 
@@ -155,15 +159,14 @@ bool Form::initialize(const TModuleMap &modules)
     ui->comboBox_DeviceType->clear();
     for (const MediumItem &medium : kMedia)
         ui->comboBox_DeviceType->addItem(tr(medium.text), medium.code);
-    ui->comboBox_Weight->clear();
-    for (const char *weight : kPulseWeights)
-        ui->comboBox_Weight->addItem(tr(weight));
     {
         const QSignalBlocker blocker(ui->lineEdit_WaitBeyondWriting_chanel);
         ui->lineEdit_WaitBeyondWriting_chanel->setText(QStringLiteral("400"));
     }
     for (QLineEdit *field : {ui->lineEdit_Progress, ui->lineEdit_CurrentNetAddress})
         field->setStyleSheet(QLatin1String(kReadOnlyStyleInit));
+
+    loadChannelDataFiles();
 
     listPortsAndConfigureLine();
     ui->label_statusBar->clear();

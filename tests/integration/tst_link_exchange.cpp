@@ -279,6 +279,7 @@ void TestLinkExchange::completionWaitIsTimed()
         m_fx->w<QLineEdit>("lineEdit_oneAddress")->setText(QString::number(kAddress));
         m_fx->w<QAbstractButton>("pushButton_readZorvaConfig")->click();
     } else {
+        m_fx->w<QAbstractButton>("checkBox_Developer")->click(); // unlocks the delay field
         field->selectAll();
         QTest::keyClicks(field, typed);
         QVERIFY(form().waitDelayEdited);
