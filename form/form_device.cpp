@@ -13,7 +13,6 @@
 #include "device/register_map.h"
 #include "device/register_answer.h"
 #include "device/user_input.h"
-#include "link/frames.h"
 
 #include <QTableWidgetItem>
 
@@ -440,11 +439,6 @@ void Form::on_pushButton_REQ_UD2_clicked()
     }
     logLine2(QStringLiteral("answer.toHex()"), logHex(lineBytes, true));
     logLine2(telegramToRussianText(lineBytes));
-
-    // A whole data telegram is the device's readings: it becomes what "Отправить на сервер" sends.
-    const frames::FrameCheck telegram = frames::checkMbus(lineBytes);
-    if (telegram.state == frames::Completeness::Complete && telegram.frameLength > 1)
-        uploadBuffer = lineBytes.left(telegram.frameLength);
 }
 
 void Form::on_pushButton_sendCommand_clicked()

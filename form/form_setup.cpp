@@ -80,6 +80,7 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
         edit->setDateTime(journalStart);
         edit->setDisplayFormat(QStringLiteral("dd.MM.yyyy - hh:mm"));
     }
+    setUpJournalPage();
     ui->dateTimeEdit->setDisplayFormat(QStringLiteral("dd.MM.yyyy hh:mm:ss"));
     ui->dateTimeEdit->setDateTime(QDateTime::currentDateTime());
 
