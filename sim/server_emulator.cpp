@@ -1,7 +1,10 @@
 #include "sim/server_emulator.h"
 
+#include "sim/upload_decoding.h"
+
 #include <QDateTime>
 #include <QDir>
+#include <QJsonDocument>
 #include <QSaveFile>
 #include <atomic>
 #include <httplib.h>
@@ -207,26 +210,39 @@ struct ServerEmulator::Impl {
                                   QByteArray::fromStdString(request.body), &data);
         Exchange exchange;
         if (result == emulator::Result::Ok)
-            result = store(data, &exchange.storedFile);
+            result = store(data, &exchange.storedFile, &exchange.decodedFile);
         finish(response, emulator::kUploadScript, exchange, result);
     }
 
     // Written to a temporary file and renamed into place, so an earlier upload is never touched
     // and a failed write leaves nothing half-written.
-    emulator::Result store(const QByteArray &data, QString *storedFile)
+    emulator::Result store(const QByteArray &data, QString *storedFile, QString *decodedFile)
     {
         if (!QDir().mkpath(settings.storageDir))
             return emulator::Result::TempFileFailed;
         const QString name =
-            QStringLiteral("upload-%1-%2.bin")
+            QStringLiteral("upload-%1-%2")
                 .arg(QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")))
                 .arg(++uploadNumber, 6, 10, QLatin1Char('0'));
-        QSaveFile file(QDir(settings.storageDir).filePath(name));
+        const QString path = QDir(settings.storageDir).filePath(name);
+        const emulator::Result stored = writeWhole(path + QStringLiteral(".bin"), data);
+        if (stored != emulator::Result::Ok)
+            return stored;
+        *storedFile = path + QStringLiteral(".bin");
+        // The decoded copy is a convenience: the upload as it came is what is kept.
+        const QByteArray json = QJsonDocument(emulator::decodedUpload(data)).toJson();
+        if (writeWhole(path + QStringLiteral(".json"), json) == emulator::Result::Ok)
+            *decodedFile = path + QStringLiteral(".json");
+        return emulator::Result::Ok;
+    }
+
+    static emulator::Result writeWhole(const QString &path, const QByteArray &bytes)
+    {
+        QSaveFile file(path);
         if (!file.open(QIODevice::WriteOnly))
             return emulator::Result::TempFileFailed;
-        if (file.write(data) != data.size() || !file.commit())
+        if (file.write(bytes) != bytes.size() || !file.commit())
             return emulator::Result::ArchiveWriteFailed;
-        *storedFile = file.fileName();
         return emulator::Result::Ok;
     }
 };

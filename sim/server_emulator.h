@@ -2,7 +2,8 @@
 
 // A metering server on loopback for commissioning without the real one: the login script
 // (client.cgi) and the upload script (bin/velmora.cgi). It checks what it receives, answers with
-// the server's result codes and keeps every accepted upload as a file in its storage folder.
+// the server's result codes and keeps every accepted upload as a file in its storage folder, with
+// the telegrams it carried decoded into a JSON file beside it.
 // It serves on its own threads; the calls below may come from any thread.
 
 #include "sim/server_rules.h"
@@ -26,6 +27,7 @@ public:
         QString login; // login script: the Login field as received
         int resultCode = 0;
         QString storedFile; // upload script: the file the accepted DATA went to
+        QString decodedFile; // upload script: beside it, the telegrams read as JSON (sim/upload_decoding.h)
     };
 
     explicit ServerEmulator(const Settings &settings);
