@@ -50,8 +50,11 @@ QByteArray plainTableText(const TableSnapshot &table)
 
 bool writeFileReplacing(const QString &path, const QByteArray &bytes, QString *error)
 {
+    // Unbuffered, so a short write (a full disk) shows in write()'s count: a buffered QSaveFile reports
+    // such a flush as committed and would replace the file with a truncated one.
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(bytes) == bytes.size() &&
+        file.commit())
         return true;
     if (error)
         *error = file.errorString();
