@@ -15,6 +15,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QElapsedTimer>
 #include <iterator>
 
 // The journal page: the summary, the readout telegram by telegram into the table, clearing, export.
@@ -37,6 +38,9 @@ constexpr int kTelegramPollMs = 20;
 constexpr int kFirstByteMs = exchange::kFirstByteTries * exchange::kPauseMs;
 constexpr int kQuietMs = exchange::kPauseMs;
 constexpr int kTelegramRepeats = 2;
+// A line that never falls quiet (a babbling device, noise) still ends the wait: the longest telegram,
+// 261 bytes, takes 2.4 s at 1200 baud.
+constexpr int kTelegramMaxMs = kFirstByteMs + 3000;
 
 const char *const kReadError = "Ошибка чтения данных";
 
@@ -207,7 +211,9 @@ QByteArray Form::collectJournalTelegram()
 {
     QByteArray received;
     int quietMs = 0;
-    while (port->isOpen()) {
+    QElapsedTimer waited;
+    waited.start();
+    while (port->isOpen() && waited.elapsed() < kTelegramMaxMs) {
         nonBlockingPause(kTelegramPollMs);
         const QByteArray chunk = readArrived();
         quietMs = chunk.isEmpty() ? quietMs + kTelegramPollMs : 0;
