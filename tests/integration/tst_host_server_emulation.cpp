@@ -87,7 +87,8 @@ void TestHostServerEmulation::uploadWithDataIsStored()
         manager.post(upload::request(m_emulation.baseAddress(), body), body));
     QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 5000);
     QCOMPARE(reply->readAll().mid(21, 3), QByteArray("000"));
-    const QFileInfoList stored = QDir(m_emulation.storageDir()).entryInfoList(QDir::Files);
+    const QFileInfoList stored =
+        QDir(m_emulation.storageDir()).entryInfoList({QStringLiteral("*.bin")}, QDir::Files);
     QCOMPARE(stored.size(), 1);
     QFile file(stored.first().filePath());
     QVERIFY(file.open(QIODevice::ReadOnly));
