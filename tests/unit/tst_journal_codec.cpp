@@ -25,6 +25,17 @@ QByteArray hex(const char *text)
     return QByteArray::fromHex(text);
 }
 
+// A RSP_UD written with placeholders for L and the checksum, completed; `sumError` is added to the sum.
+QByteArray completed(QByteArray frame, int sumError = 0)
+{
+    frame[1] = frame[2] = char(frame.size() - 6);
+    quint8 sum = 0;
+    for (int i = 4; i < frame.size() - 2; ++i)
+        sum = quint8(sum + quint8(frame.at(i)));
+    frame[frame.size() - 2] = char(sum + sumError);
+    return frame;
+}
+
 // A device that has counted for a long time; `channels` from its software version.
 sim::DeviceModel countingDevice(quint16 softwareVersion)
 {
@@ -168,14 +179,8 @@ void TestJournalCodec::storageAndChannel()
     QCOMPARE(built.toHex(' '), dib.toHex(' '));
 
     // The project's decoder reads the same numbers back out of a whole telegram.
-    const QByteArray frame =
-        hex("68 00 00 68 08 01 72 78563412 566A 01 00 00 00 0000") + built + hex("FD3A 01000000 00 16");
-    QByteArray fixed = frame;
-    fixed[1] = fixed[2] = char(frame.size() - 6);
-    quint8 sum = 0;
-    for (int i = 4; i < fixed.size() - 2; ++i)
-        sum = quint8(sum + quint8(fixed.at(i)));
-    fixed[fixed.size() - 2] = char(sum);
+    const QByteArray fixed = completed(hex("68 00 00 68 08 01 72 78563412 566A 01 00 00 00 0000") + built +
+                                       hex("FD3A 01000000 00 16"));
     mbus::Telegram telegram;
     QCOMPARE(mbus::decodeTelegram(fixed, &telegram), mbus::TelegramError::None);
     QCOMPARE(telegram.records.size(), 1);
@@ -351,12 +356,8 @@ void TestJournalCodec::brokenTelegrams()
     QFETCH(QByteArray, frame);
     QFETCH(int, kind);
     QFETCH(journal::PageFault, fault);
-    frame[1] = frame[2] = char(frame.size() - 6);
-    quint8 sum = 0;
-    for (int i = 4; i < frame.size() - 2; ++i)
-        sum = quint8(sum + quint8(frame.at(i)));
     // The first row keeps its sum one off.
-    frame[frame.size() - 2] = char(sum + (QTest::currentDataTag() == QByteArray("wrong checksum") ? 1 : 0));
+    frame = completed(frame, QTest::currentDataTag() == QByteArray("wrong checksum") ? 1 : 0);
     journal::Page page;
     QCOMPARE(journal::decodePage(frame, journal::Kind(kind), 2, &page), fault);
 }
