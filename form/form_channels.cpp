@@ -126,6 +126,17 @@ void Form::loadChannelDataFiles()
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->verticalHeader()->hide();
     enableChannelBoxes();
+
+    // The controls start with texts of their own (the .ui's device number among them): the record
+    // takes them now, as it takes every later change.
+    on_comboBox_ChannelNumber_currentIndexChanged(ui->comboBox_ChannelNumber->currentIndex());
+    on_comboBox_Appointment_currentIndexChanged(ui->comboBox_Appointment->currentIndex());
+    on_comboBox_DeviceType_currentIndexChanged(ui->comboBox_DeviceType->currentIndex());
+    on_lineEdit_DeviceNumber_textChanged(ui->lineEdit_DeviceNumber->text());
+    on_spinBox_Version_valueChanged(ui->spinBox_Version->value());
+    on_lineEdit_Manufacturer_textChanged(ui->lineEdit_Manufacturer->text());
+    on_spinBox_Duration_valueChanged(ui->spinBox_Duration->value());
+    on_lineEdit_PresetChannel_textChanged(ui->lineEdit_PresetChannel->text());
 }
 
 void Form::fillUnitList()

@@ -23,6 +23,7 @@ private slots:
     void failures_data();
     void failures();
     void presetWrite();
+    void untouchedControlsAreWrittenAsShown();
 
 private:
     void readDeviceInformation();
@@ -248,6 +249,21 @@ void TestChannels::presetWrite()
     f->w<QAbstractButton>("pushButton_WritePresetChannel")->click();
     QCOMPARE(f->boxes().texts(), QStringList{"Начальное значение должно быть числом"});
     QCOMPARE(f->sim().requests().size(), 1);
+}
+
+// The page opens with texts of its own (device number "12345678", the first medium and unit): a write
+// straight away sends what the controls show.
+void TestChannels::untouchedControlsAreWrittenAsShown()
+{
+    QTest::keyClicks(f->w<QLineEdit>("lineEdit_Manufacturer"), "ZRV");
+    f->w<QLineEdit>("lineEdit_Weight")->setText("1");
+    f->w<QAbstractButton>("checkBoxChan1")->click();
+    f->w<QAbstractButton>("checkBox_Identificator")->click();
+    f->w<QAbstractButton>("pushButton_WriteOneReg")->click();
+    QVERIFY2(f->boxes().boxes.isEmpty(), qPrintable(f->boxes().texts().join("; ")));
+    const sim::ChannelState &c = f->sim().model().channels[0];
+    QCOMPARE(c.identification, 0x12345678u);
+    QCOMPARE(c.medium, quint8(0x02)); // "EM Электричество", the first medium
 }
 
 QTEST_MAIN(TestChannels)
