@@ -277,8 +277,12 @@ bool DeviceModel::save(const QString &file, QString *error) const
     if (journalsBuilt)
         root.insert(QStringLiteral("journals"), journalsToJson(*this));
     // QSaveFile writes a temporary file and renames it, so a failed write keeps the previous state.
+    // Unbuffered, so a short write (a full disk) shows in write()'s count: a buffered QSaveFile
+    // reports a failed final flush as committed and replaces the file with a truncated one.
+    const QByteArray text = QJsonDocument(root).toJson();
     QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(root).toJson()) < 0 || !out.commit()) {
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || out.write(text) != text.size() ||
+        !out.commit()) {
         setError(error, out.errorString());
         return false;
     }

@@ -238,8 +238,10 @@ struct ServerEmulator::Impl {
 
     static emulator::Result writeWhole(const QString &path, const QByteArray &bytes)
     {
+        // Unbuffered, so a short write (a full disk) shows in write()'s count: a buffered QSaveFile
+        // reports a failed final flush as committed.
         QSaveFile file(path);
-        if (!file.open(QIODevice::WriteOnly))
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
             return emulator::Result::TempFileFailed;
         if (file.write(bytes) != bytes.size() || !file.commit())
             return emulator::Result::ArchiveWriteFailed;

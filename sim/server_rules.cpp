@@ -65,7 +65,10 @@ Result judgeUploadHeaders(const QByteArray &contentType, const QByteArray &conte
         return Result::UnknownContentType;
     if (boundaryOf(contentType).isEmpty())
         return Result::NoBoundary;
-    if (!isDecimal(contentLength) || contentLength.toLongLong() > kMaxUploadBytes)
+    // Digits past what 64 bits hold read as no number at all, not as 0.
+    bool number = false;
+    const qint64 announced = isDecimal(contentLength) ? contentLength.toLongLong(&number) : -1;
+    if (!number || announced > kMaxUploadBytes)
         return Result::WrongContentLength;
     return Result::Ok;
 }
