@@ -209,6 +209,12 @@ private:
     void listPortsAndConfigureLine();
 
     // Exchange steps (form_exchange.cpp); every device command is built from these.
+    // Every wait of a device command. While one runs, clicks on the other command buttons are refused,
+    // so a second command never starts inside the first one's wait; stopping, closing the port and
+    // clearing the panes stay live.
+    void waitForDevice(int ms);
+    void guardCommandButtons();
+    bool eventFilter(QObject *watched, QEvent *event) override;
     // Empties the answer list and the port's buffers; false after "Порт закрыт" when the port is closed.
     bool beginExchange();
     bool portIsOpenOrWarn();
@@ -315,6 +321,7 @@ private:
     bool noStartByte = false;
     bool waitDelayEdited = false;
     bool errorFlag = false;
+    int deviceWaits = 0; // nested waits of the running device command
 
     // Connected device
     quint8 deviceAddress = 0;

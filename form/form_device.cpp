@@ -4,7 +4,6 @@
 #include "common/hex_dump.h"
 #include "common/mbus_telegram_text.h"
 #include "common/message_boxes.h"
-#include "common/pause.h"
 #include "device/clock_codec.h"
 #include "device/device_information.h"
 #include "device/identification.h"
@@ -428,7 +427,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
         showErrorBox(tr("Ошибка при записи пакета в порт."), this);
         return;
     }
-    nonBlockingPause(kReqUd2CollectMs);
+    waitForDevice(kReqUd2CollectMs);
     disconnectReader();
 
     // The answer list holds trimmed chunks, which lose bytes when a chunk of a long telegram

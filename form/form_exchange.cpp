@@ -9,6 +9,11 @@
 #include "link/completion_wait.h"
 #include "link/frames.h"
 
+#include <QAbstractButton>
+#include <QPushButton>
+#include <QSet>
+#include <QToolButton>
+#include <QEvent>
 #include <QSignalBlocker>
 
 // The exchange steps every device command is built from: begin (empty the answers, check the port),
@@ -28,6 +33,49 @@ constexpr int kMaxChannelFirstBytePauseMs = 5000;
 constexpr int kErrorCheckedKind = 6;
 
 } // namespace
+
+// ---- Waiting, one command at a time ----
+
+void Form::waitForDevice(int ms)
+{
+    ++deviceWaits;
+    nonBlockingPause(ms);
+    --deviceWaits;
+}
+
+// Buttons that stay live during a wait: they stop the command, close the port or clear a pane.
+void Form::guardCommandButtons()
+{
+    const QSet<QString> live{QStringLiteral("pushButton_AddressRequestStop"),
+                             QStringLiteral("pushButton_stopReadJournal"),
+                             QStringLiteral("toolButton_openPort"),
+                             QStringLiteral("pushButton_clearTextBrowser"),
+                             QStringLiteral("toolButton_clear"),
+                             QStringLiteral("pushButton_clearResult")};
+    for (QAbstractButton *button : findChildren<QAbstractButton *>()) {
+        if (!live.contains(button->objectName()) && (qobject_cast<QPushButton *>(button) ||
+                                                     qobject_cast<QToolButton *>(button)))
+            button->installEventFilter(this);
+    }
+}
+
+bool Form::eventFilter(QObject *watched, QEvent *event)
+{
+    if (deviceWaits > 0) {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::Shortcut:
+            return true;
+        default:
+            break;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
 
 // ---- Begin and send ----
 
@@ -101,7 +149,7 @@ QByteArray Form::readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs)
     connectReader();
     packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
     writePacket();
-    nonBlockingPause(pauseMs);
+    waitForDevice(pauseMs);
     disconnectReader();
     const QByteArray answer = device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
     if (device::checkRegisterReadAnswer(answer, count) == device::RegisterAnswerFault::None)
@@ -115,7 +163,7 @@ QByteArray Form::writeRegisters(quint16 reg, quint16 count, const QByteArray &da
     connectReader();
     packetMakeToWrite(deviceAddress, frames::kWriteRegisters, reg, count, quint8(data.size()), data);
     writePacket();
-    nonBlockingPause(pauseMs);
+    waitForDevice(pauseMs);
     disconnectReader();
     return device::joinAnswerEntries(vectorPortRead, device::kRegisterWriteAnswerBytes);
 }
@@ -160,7 +208,7 @@ void Form::on_portReadyRead()
 void Form::on_ReadyRead(qint64)
 {
     logLine(QStringLiteral("Form::on_ReadyRead(qint64)"));
-    nonBlockingPause(kSecondReaderPauseMs);
+    waitForDevice(kSecondReaderPauseMs);
     const QByteArray arrived = readArrived();
     buf = arrived;
     logLine(QStringLiteral("buf.toHex()"), logHex(arrived));
@@ -238,13 +286,13 @@ void Form::waitBeyondWriting(int firstBytePauseMs)
 {
     exchange::CompletionWait wait(firstBytePauseMs);
     while (wait.phase() == exchange::CompletionWait::Phase::FirstByte) {
-        nonBlockingPause(wait.pauseMs());
+        waitForDevice(wait.pauseMs());
         wait.observe(port->bytesAvailable());
     }
     logLine(tr("После ожидания первого байта bytes ="), QString::number(wait.firstByteCount()));
 
     while (wait.phase() == exchange::CompletionWait::Phase::Settling) {
-        nonBlockingPause(wait.pauseMs());
+        waitForDevice(wait.pauseMs());
         wait.observe(port->bytesAvailable());
         const QVector<qint64> &counts = wait.counts();
         for (int i = 0; i < counts.size(); ++i)

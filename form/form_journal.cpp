@@ -4,7 +4,6 @@
 #include "common/file_dialogs.h"
 #include "common/hex_dump.h"
 #include "common/message_boxes.h"
-#include "common/pause.h"
 #include "common/table_text.h"
 #include "device/journal.h"
 #include "device/register_answer.h"
@@ -214,7 +213,7 @@ QByteArray Form::collectJournalTelegram()
     QElapsedTimer waited;
     waited.start();
     while (port->isOpen() && waited.elapsed() < kTelegramMaxMs) {
-        nonBlockingPause(kTelegramPollMs);
+        waitForDevice(kTelegramPollMs);
         const QByteArray chunk = readArrived();
         quietMs = chunk.isEmpty() ? quietMs + kTelegramPollMs : 0;
         received.append(chunk);
@@ -363,7 +362,7 @@ void Form::on_pushButton_cleanJournal_clicked()
         showErrorBox(tr("Ошибка записи данных"), this);
         return;
     }
-    nonBlockingPause(kClearSettleMs);
+    waitForDevice(kClearSettleMs);
     journalHeld = -1;
     showInformationBox(tr("Журналы очищены"), this);
 }

@@ -109,6 +109,8 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
                              ui->lineEdit_numberChannels})
         field->setStyleSheet(QLatin1String(kReadOnlyStyle));
 
+    guardCommandButtons();
+
     activateWindow();
     setFocus();
     QWidget *focused = QApplication::focusWidget();

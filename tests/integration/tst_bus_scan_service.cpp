@@ -48,6 +48,7 @@ private slots:
     void scan_data();
     void scan();
     void stopDuringAWait();
+    void secondCommandDuringAScanIsRefused();
     void doubleClickOn254ChoosesTheWorkingAddress();
     void rawCommand_data();
     void rawCommand();
@@ -124,6 +125,32 @@ void TestBusScanService::stopDuringAWait()
     f.sim().clearTraffic();
     scanRange(f, QStringLiteral("1"), QStringLiteral("1"));
     QCOMPARE(f.sim().requests(), QList<QByteArray>{probe(1)});
+}
+
+void TestBusScanService::secondCommandDuringAScanIsRefused()
+{
+    FormOnSimulator f;
+    QVERIFY2(f.ready(), qPrintable(f.error()));
+    auto *scan = f.w<QAbstractButton>(QStringLiteral("pushButton_AddressRequest"));
+    auto *clock = f.w<QAbstractButton>(QStringLiteral("pushButton_DateRead"));
+    // Real clicks on "Запрос" and on the clock's "Чтение" while the scan waits on address 0.
+    QObject::connect(&f.sim(), &sim::DeviceSimulator::requestHandled, scan, [&](const QByteArray &request) {
+        if (request == probe(0)) {
+            QTimer::singleShot(0, scan, [&] {
+                QTest::mouseClick(scan, Qt::LeftButton);
+                QTest::mouseClick(clock, Qt::LeftButton);
+            });
+        }
+    });
+    scanRange(f, QStringLiteral("0"), QStringLiteral("2"));
+    QCOMPARE(f.sim().requests(), (QList<QByteArray>{probe(0), probe(1), probe(2)}));
+    QCOMPARE(addressRows(f), (QStringList{"254", "1"}));
+    QCOMPARE(f.boxes().texts(), QStringList());
+
+    // Once the scan is over the same click starts a command again.
+    f.sim().clearTraffic();
+    QTest::mouseClick(clock, Qt::LeftButton);
+    QCOMPARE(f.sim().requests().size(), 1);
 }
 
 void TestBusScanService::doubleClickOn254ChoosesTheWorkingAddress()
