@@ -18,6 +18,7 @@ namespace Ui {
 class Form;
 }
 class DialogAuthorization;
+class QComboBox;
 
 // The configurator page. Owns the serial port, the connected device's state, the outgoing
 // packet and the received answers; every user action is one slot. The order of the signals and
@@ -255,6 +256,7 @@ private:
     void loadChannelDataFiles();
     void fillUnitList();
     void fillWeightList();
+    void fitToItems(QComboBox *list);
     void storeWeight();
     void resultLine(const QString &text);
     QList<int> tickedChannels(const QString &prefix) const; // "checkBoxChan" or "checkBoxPar", ascending

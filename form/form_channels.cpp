@@ -57,6 +57,14 @@ constexpr int kReadingRowsSized = 16;
 
 const int kCommonDurationsMs[] = {10, 20, 50, 100, 200, 500, 1000};
 
+// Tables tall enough to show several rows without scrolling, header texts whole.
+constexpr int kChannelTableMinHeight = 230;
+constexpr int kReadingsTableMinHeight = 200;
+constexpr int kHeaderPaddingPx = 20;
+
+// Room a combo box needs beside its text: frame, padding and the arrow.
+constexpr int kComboChromePx = 40;
+
 bool isElectricityUnit(const QString &unit)
 {
     return unit == QStringLiteral("Втч") || unit == QStringLiteral("кВтч") || unit == QStringLiteral("ВАРч") ||
@@ -118,14 +126,24 @@ void Form::loadChannelDataFiles()
     QTableWidget *table = ui->tableWidget_Channels;
     table->setColumnCount(ChannelColumnCount);
     for (int column = 0; column < ChannelColumnCount; ++column) {
-        table->setHorizontalHeaderItem(column, new QTableWidgetItem(tr(kChannelHeaders[column])));
-        table->setColumnWidth(column, kChannelColumnWidths[column]);
+        const QString title = tr(kChannelHeaders[column]);
+        table->setHorizontalHeaderItem(column, new QTableWidgetItem(title));
+        table->setColumnWidth(column, qMax(kChannelColumnWidths[column],
+                                           table->fontMetrics().horizontalAdvance(title) + kHeaderPaddingPx));
     }
+    table->setMinimumHeight(kChannelTableMinHeight);
+    ui->tableWidget_ChannelIndications->setMinimumHeight(kReadingsTableMinHeight);
+    ui->textEdit->setMinimumHeight(kReadingsTableMinHeight);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->verticalHeader()->hide();
     enableChannelBoxes();
+    for (QComboBox *list : {ui->comboBox_ChannelNumber, ui->comboBox_Appointment, ui->comboBox_DeviceType,
+                            ui->comboBox_VIF, ui->comboBox_Duration})
+        fitToItems(list);
+    ui->lineEdit_DeviceNumber->setMinimumWidth(
+        ui->lineEdit_DeviceNumber->fontMetrics().horizontalAdvance(QStringLiteral("888888888")) + 12);
 
     // The controls start with texts of their own (the .ui's device number among them): the record
     // takes them now, as it takes every later change.
@@ -153,6 +171,15 @@ void Form::fillUnitList()
     on_comboBox_VIF_currentIndexChanged(list->currentIndex());
 }
 
+// A list shows its longest item whole ("Импульсный аварийный вход", "1000 имп/кВтч").
+void Form::fitToItems(QComboBox *list)
+{
+    int longest = 0;
+    for (int i = 0; i < list->count(); ++i)
+        longest = qMax(longest, list->fontMetrics().horizontalAdvance(list->itemText(i)));
+    list->setMinimumWidth(longest + kComboChromePx);
+}
+
 void Form::fillWeightList()
 {
     const QString unit = ui->comboBox_VIF->currentText();
@@ -165,6 +192,7 @@ void Form::fillWeightList()
     ui->comboBox_Weight->clear();
     ui->comboBox_Weight->addItems(weights);
     ui->comboBox_Weight->setCurrentIndex(-1);
+    fitToItems(ui->comboBox_Weight);
 }
 
 // The weight depends on its text, the medium and the unit: it is worked out again when any changes.
@@ -600,6 +628,7 @@ void Form::readChannelsIntoTable()
         table->insertRow(table->rowCount());
         fillChannelRow(table->rowCount() - 1, channel, *configuration);
     }
+    table->resizeColumnsToContents();
     ui->label_statusBar->clear();
     resultLine(tr("Прочитано каналов: %1").arg(channels.size()));
 }

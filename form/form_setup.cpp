@@ -17,6 +17,7 @@ constexpr int kFormFontPointSize = 13;
 constexpr int kDomainMaxLength = 64;
 constexpr int kDeviceNumberMaxLength = 8;
 constexpr int kChannelCheckBoxes = 16;
+constexpr int kBoxesPerRow = 8;
 const char *const kReadOnlyStyle = "background-color: lightGrey";
 const char *const kReadOnlyStyleInit = "background-color: lightGray";
 const char *const kIconName = "automatic";
@@ -87,8 +88,10 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
     // Channel selection (first row) and parameter selection (second row), one pair per input,
     // each wired to its own numbered slot.
     auto *checkLayout = qobject_cast<QGridLayout *>(ui->widget_channelCheckBoxes->layout());
-    checkLayout->addWidget(new QLabel(tr("Запись:"), ui->widget_channelCheckBoxes), 0, 0);
-    checkLayout->addWidget(new QLabel(tr("Чтение:"), ui->widget_channelCheckBoxes), 1, 0);
+    // Two rows of eight for each kind, so the page fits a 1366-pixel screen.
+    checkLayout->addWidget(new QLabel(tr("Запись и обнуление:"), ui->widget_channelCheckBoxes), 0, 0, 1, kBoxesPerRow);
+    checkLayout->addWidget(new QLabel(tr("Чтение в таблицу (ни одного: все):"), ui->widget_channelCheckBoxes), 3, 0, 1,
+                           kBoxesPerRow);
     for (int i = 0; i < kChannelCheckBoxes; ++i) {
         const QString number = QString::number(i + 1);
         auto *channelBox = new QCheckBox(number, ui->widget_channelCheckBoxes);
@@ -97,8 +100,8 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
         parameterBox->setObjectName(QStringLiteral("checkBoxPar") + number);
         channelBox->setToolTip(tr("Канал %1 записывается и обнуляется").arg(number));
         parameterBox->setToolTip(tr("Канал %1 читается в таблицу (ни одного: все каналы)").arg(number));
-        checkLayout->addWidget(channelBox, 0, i + 1);
-        checkLayout->addWidget(parameterBox, 1, i + 1);
+        checkLayout->addWidget(channelBox, 1 + i / kBoxesPerRow, i % kBoxesPerRow);
+        checkLayout->addWidget(parameterBox, 4 + i / kBoxesPerRow, i % kBoxesPerRow);
         connect(channelBox, SIGNAL(stateChanged(int)), this, numberedSlot("slotCheckBoxChan", i + 1));
         connect(parameterBox, SIGNAL(stateChanged(int)), this, numberedSlot("slotCheckBoxPar", i + 1));
     }

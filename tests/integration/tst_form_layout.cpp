@@ -9,6 +9,9 @@
 #include <QTabWidget>
 #include <QTextBrowser>
 #include <QLineEdit>
+#include <QAbstractButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QtTest>
 
 namespace {
@@ -105,6 +108,9 @@ private slots:
     void constructionSetsUpThePage();
     void initializationFillsTheValueLists();
     void channelCheckBoxesReachTheirSlots();
+    void everyPageFitsTheScreen_data();
+    void everyPageFitsTheScreen();
+    void fieldsShowTheirLongestText();
 
 private:
     std::unique_ptr<CoreServices> m_services;
@@ -253,6 +259,66 @@ void TestFormLayout::channelCheckBoxesReachTheirSlots()
             QVERIFY(QObject::disconnect(box, QMetaMethod::fromSignal(&QCheckBox::stateChanged), m_form.get(), target));
         }
     }
+}
+
+void TestFormLayout::everyPageFitsTheScreen_data()
+{
+    QTest::addColumn<QSize>("screen");
+    // 1366x768 less a window manager's title bar and a taskbar; and a full-HD screen.
+    QTest::newRow("1366x768") << QSize(1366, 690);
+    QTest::newRow("1920x1080") << QSize(1920, 1000);
+}
+
+// Every page is reached by scrolling its own area vertically only: no horizontal scrolling, and every
+// button of the page lies inside the visible width.
+void TestFormLayout::everyPageFitsTheScreen()
+{
+    QFETCH(QSize, screen);
+    m_form->resize(screen);
+    m_form->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_form.get()));
+    auto *tabs = m_form->findChild<QTabWidget *>("tabWidget");
+    auto *area = m_form->findChild<QScrollArea *>("scrollArea");
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        QCoreApplication::processEvents();
+        const QString name = tabs->tabText(page);
+        QVERIFY2(area->horizontalScrollBar()->maximum() == 0,
+                 qPrintable(QStringLiteral("%1: scrolls by %2 px").arg(name).arg(area->horizontalScrollBar()->maximum())));
+        for (QAbstractButton *button : tabs->widget(page)->findChildren<QAbstractButton *>()) {
+            if (!button->isVisibleTo(tabs->widget(page)) || button->objectName().isEmpty())
+                continue; // hidden, or a table's corner button
+            area->ensureWidgetVisible(button, 0, 0);
+            QCoreApplication::processEvents();
+            const QRect shown(button->mapTo(area->viewport(), QPoint()), button->size());
+            QVERIFY2(area->viewport()->rect().contains(shown),
+                     qPrintable(QStringLiteral("%1: %2 at %3,%4 %5x%6 outside %7x%8")
+                                    .arg(name, button->objectName())
+                                    .arg(shown.x()).arg(shown.y()).arg(shown.width()).arg(shown.height())
+                                    .arg(area->viewport()->width()).arg(area->viewport()->height())));
+        }
+    }
+}
+
+void TestFormLayout::fieldsShowTheirLongestText()
+{
+    m_form->resize(1366, 690);
+    m_form->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_form.get()));
+    auto *tabs = m_form->findChild<QTabWidget *>("tabWidget");
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        QCoreApplication::processEvents();
+    }
+    for (QComboBox *combo : m_form->findChildren<QComboBox *>()) {
+        int longest = 0;
+        for (int i = 0; i < combo->count(); ++i)
+            longest = qMax(longest, combo->fontMetrics().horizontalAdvance(combo->itemText(i)));
+        QVERIFY2(combo->width() >= longest + 20,
+                 qPrintable(QStringLiteral("%1: %2 px for %3 px of text").arg(combo->objectName()).arg(combo->width()).arg(longest)));
+    }
+    auto *number = m_form->findChild<QLineEdit *>("lineEdit_DeviceNumber");
+    QVERIFY(number->width() >= number->fontMetrics().horizontalAdvance("88888888") + 8);
 }
 
 QTEST_MAIN(TestFormLayout)
