@@ -43,6 +43,7 @@ struct DeviceSimulator::Private {
     Fault fault = Fault::None;
     bool faultEveryAnswer = false;
     int turnaroundMs = kDefaultTurnaroundMs;
+    int splitGapMs = kSplitGapMs;
 
     QByteArray received;
     QList<QByteArray> requests;
@@ -145,6 +146,11 @@ Fault DeviceSimulator::fault() const
 void DeviceSimulator::setTurnaroundMs(int ms)
 {
     d->turnaroundMs = std::max(0, ms);
+}
+
+void DeviceSimulator::setSplitGapMs(int ms)
+{
+    d->splitGapMs = std::max(0, ms);
 }
 
 int DeviceSimulator::turnaroundMs() const
@@ -256,7 +262,7 @@ void DeviceSimulator::transmit()
             emit answerSent();
             return;
         }
-        d->pieceStartUs = now + kSplitGapMs * 1000LL;
+        d->pieceStartUs = now + d->splitGapMs * 1000LL;
     }
     scheduleTransmit();
 }

@@ -44,6 +44,7 @@ public:
     Fault fault() const;
     void setTurnaroundMs(int ms); // pause between the request's end and the answer
     int turnaroundMs() const;
+    void setSplitGapMs(int ms); // pause between the pieces of a split answer (default kSplitGapMs)
 
     QByteArray received() const;        // every byte that reached the device since clearTraffic()
     QList<QByteArray> requests() const; // each complete request frame recognised, in order
