@@ -2,6 +2,7 @@
 
 #include "device/channel_frames.h"
 #include "device/unit_files.h"
+#include "link/fast_exchange.h"
 #include "sdk/common_module_iface.h"
 #include "sdk/core_interfaces.h"
 #include "sdk/tstringmap.h"
@@ -9,10 +10,12 @@
 #include <QByteArray>
 #include <QMap>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QSerialPort>
 #include <QTimer>
 #include <QVector>
 #include <QWidget>
+#include <functional>
 
 namespace Ui {
 class Form;
@@ -214,6 +217,7 @@ private:
     // so a second command never starts inside the first one's wait; stopping, closing the port and
     // clearing the panes stay live.
     void waitForDevice(int ms);
+    void waitForDevice(int ms, bool untilData); // untilData: also ends at the port's next readyRead
     void guardCommandButtons();
     bool eventFilter(QObject *watched, QEvent *event) override;
     // Empties the answer list and the port's buffers; false after "Порт закрыт" when the port is closed.
@@ -242,6 +246,18 @@ private:
     void waitBeyondWritingChannel();
     void waitBeyondWriting(int firstBytePauseMs);
     bool readValidated(int kind);
+    // Fast exchange (form_exchange.cpp): "Быстрый обмен (EN 13757-2)" and its margin on the developer
+    // page. Its waits end when the answer to `packet` is whole by its framing, when the answer window
+    // passed with nothing, or when the answer stops arriving; never later than `capMs` after the write.
+    void setUpFastExchange();
+    bool fastExchange() const;
+    exchange::AnswerWait::Outcome waitForAnswer(int capMs, int firstByteMs,
+                                                const std::function<QByteArray()> &received);
+    // A fixed pause with the reader connected, or in fast exchange the wait for the answer.
+    void waitFixedOrForAnswer(int pauseMs);
+    void fastCompletionWait(int firstBytePauseMs);
+    // The channel variant's first-byte pause from the delay field (set to 200 until it is edited).
+    int channelFirstBytePauseMs();
     // CRC-16 check of a received frame; shows "Неверная контрольная сумма" when it fails.
     bool crcCheck(const QByteArray &frame);
     // Everything the port holds now (nothing when it is closed).
@@ -324,6 +340,8 @@ private:
     bool waitDelayEdited = false;
     bool errorFlag = false;
     int deviceWaits = 0; // nested waits of the running device command
+    QElapsedTimer requestClock; // started when the last request was written
+    int answerStart = 0;        // lineBytes' size when the last request was written
 
     // Connected device
     quint8 deviceAddress = 0;

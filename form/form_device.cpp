@@ -427,7 +427,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
         showErrorBox(tr("Ошибка при записи пакета в порт."), this);
         return;
     }
-    waitForDevice(kReqUd2CollectMs);
+    waitFixedOrForAnswer(kReqUd2CollectMs);
     disconnectReader();
 
     // The answer list holds trimmed chunks, which lose bytes when a chunk of a long telegram

@@ -7,14 +7,20 @@
 #include "device/register_answer.h"
 #include "link/chunk_trim.h"
 #include "link/completion_wait.h"
+#include "link/fast_exchange.h"
 #include "link/frames.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
+#include <QEventLoop>
 #include <QPushButton>
 #include <QSet>
+#include <QSpinBox>
 #include <QToolButton>
 #include <QEvent>
 #include <QSignalBlocker>
+#include <QTimer>
+#include <cmath>
 
 // The exchange steps every device command is built from: begin (empty the answers, check the port),
 // send, wait (a fixed pause with the reader connected, or the completion wait), collect, check.
@@ -38,8 +44,26 @@ constexpr int kErrorCheckedKind = 6;
 
 void Form::waitForDevice(int ms)
 {
+    waitForDevice(ms, false);
+}
+
+// With untilData the wait also ends at the next readyRead of the port, after the reader (when it
+// is connected) has taken the bytes.
+void Form::waitForDevice(int ms, bool untilData)
+{
     ++deviceWaits;
-    nonBlockingPause(ms);
+    if (untilData) {
+        QEventLoop loop;
+        QTimer timer;
+        timer.setSingleShot(true);
+        timer.setTimerType(Qt::PreciseTimer);
+        connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+        connect(port, &QSerialPort::readyRead, &loop, &QEventLoop::quit);
+        timer.start(qMax(0, ms));
+        loop.exec();
+    } else {
+        nonBlockingPause(ms);
+    }
     --deviceWaits;
 }
 
@@ -100,7 +124,9 @@ bool Form::writePacket()
 {
     // QIODevice::write refuses exactly a device that is not open for writing.
     const bool writable = port->isOpen() && port->isWritable();
+    answerStart = lineBytes.size();
     on_pushButton_portWrite_clicked();
+    requestClock.start();
     return writable;
 }
 
@@ -113,7 +139,9 @@ bool Form::sendForCompletion(const QByteArray &request)
 
 bool Form::collectCompletion(Wait wait)
 {
-    if (wait == Wait::Channel)
+    if (fastExchange())
+        fastCompletionWait(wait == Wait::Channel ? channelFirstBytePauseMs() : exchange::kPauseMs);
+    else if (wait == Wait::Channel)
         waitBeyondWritingChannel();
     else
         waitBeyondWriting();
@@ -149,7 +177,7 @@ QByteArray Form::readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs)
     connectReader();
     packetMakeToRead(deviceAddress, frames::kReadRegisters, reg, count);
     writePacket();
-    waitForDevice(pauseMs);
+    waitFixedOrForAnswer(pauseMs);
     disconnectReader();
     const QByteArray answer = device::joinAnswerEntries(vectorPortRead, device::registerAnswerBytes(count));
     if (device::checkRegisterReadAnswer(answer, count) == device::RegisterAnswerFault::None)
@@ -163,7 +191,7 @@ QByteArray Form::writeRegisters(quint16 reg, quint16 count, const QByteArray &da
     connectReader();
     packetMakeToWrite(deviceAddress, frames::kWriteRegisters, reg, count, quint8(data.size()), data);
     writePacket();
-    waitForDevice(pauseMs);
+    waitFixedOrForAnswer(pauseMs);
     disconnectReader();
     return device::joinAnswerEntries(vectorPortRead, device::kRegisterWriteAnswerBytes);
 }
@@ -269,6 +297,11 @@ void Form::waitBeyondWriting()
 
 void Form::waitBeyondWritingChannel()
 {
+    waitBeyondWriting(channelFirstBytePauseMs());
+}
+
+int Form::channelFirstBytePauseMs()
+{
     int firstBytePauseMs = exchange::kPauseMs;
     if (waitDelayEdited) {
         bool isNumber = false;
@@ -279,7 +312,7 @@ void Form::waitBeyondWritingChannel()
         const QSignalBlocker blocker(ui->lineEdit_WaitBeyondWriting_chanel);
         ui->lineEdit_WaitBeyondWriting_chanel->setText(QString::number(exchange::kPauseMs));
     }
-    waitBeyondWriting(firstBytePauseMs);
+    return firstBytePauseMs;
 }
 
 void Form::waitBeyondWriting(int firstBytePauseMs)
@@ -301,5 +334,74 @@ void Form::waitBeyondWriting(int firstBytePauseMs)
     }
     if (wait.settled())
         logLine(tr("После после сравнения двух значений байтов ="), QString::number(wait.counts().last()));
+    logLine(tr("Конец waitBeyondWriting"));
+}
+
+// ---- Fast exchange ----
+// With "Быстрый обмен (EN 13757-2)" ticked, a wait ends as soon as the answer is whole by its framing,
+// when the answer window has passed with nothing, or when a started answer stops arriving
+// (link/fast_exchange.h). It never lasts longer than the documented wait it stands for, and the
+// readers, the answer list, the log lines and the boxes are those of the documented wait.
+
+void Form::setUpFastExchange()
+{
+    const exchange::FastExchangeSettings published = exchange::publishedFastExchange();
+    ui->spinBox_fastExchangeMargin->setRange(0, exchange::kMaxMarginMs);
+    ui->spinBox_fastExchangeMargin->setValue(published.marginMs);
+    ui->checkBox_fastExchange->setChecked(published.enabled);
+    // The host keeps the choice in its settings: it reads it back from the application object.
+    const auto publish = [this] {
+        exchange::publishFastExchange({ui->checkBox_fastExchange->isChecked(),
+                                       ui->spinBox_fastExchangeMargin->value()});
+    };
+    connect(ui->checkBox_fastExchange, &QCheckBox::toggled, this, publish);
+    connect(ui->spinBox_fastExchangeMargin, QOverload<int>::of(&QSpinBox::valueChanged), this, publish);
+}
+
+bool Form::fastExchange() const
+{
+    return ui->checkBox_fastExchange->isChecked();
+}
+
+exchange::AnswerWait::Outcome Form::waitForAnswer(int capMs, int firstByteMs,
+                                                  const std::function<QByteArray()> &received)
+{
+    exchange::AnswerTiming timing =
+        exchange::answerTiming(port->baudRate(), packet.size(), ui->spinBox_fastExchangeMargin->value());
+    timing.windowMs = qMax(timing.windowMs, double(firstByteMs));
+    exchange::AnswerWait wait(exchange::expectedAnswerFor(packet), timing, capMs);
+    for (;;) {
+        const double elapsedMs = requestClock.nsecsElapsed() / 1e6;
+        const exchange::AnswerWait::Outcome outcome = wait.observe(received(), elapsedMs);
+        if (outcome != exchange::AnswerWait::Outcome::Waiting || !port->isOpen())
+            return outcome;
+        waitForDevice(int(std::ceil(wait.deadlineMs() - elapsedMs)), true);
+    }
+}
+
+void Form::waitFixedOrForAnswer(int pauseMs)
+{
+    if (!fastExchange()) {
+        waitForDevice(pauseMs);
+        return;
+    }
+    const int start = answerStart;
+    waitForAnswer(pauseMs, 0, [this, start] { return lineBytes.mid(start); });
+}
+
+void Form::fastCompletionWait(int firstBytePauseMs)
+{
+    const int capMs = exchange::kFirstByteTries * firstBytePauseMs + exchange::kSettlingTries * exchange::kPauseMs;
+    // The channel variant's typed delay is a device's own wish for time: the window is at least that.
+    const int firstByteMs = firstBytePauseMs > exchange::kPauseMs ? firstBytePauseMs : 0;
+    const exchange::AnswerWait::Outcome outcome =
+        waitForAnswer(capMs, firstByteMs, [this] { return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray(); });
+    const qint64 count = port->isOpen() ? port->bytesAvailable() : 0;
+    logLine(tr("После ожидания первого байта bytes ="), QString::number(count));
+    if (count > 0) {
+        logLine(QStringLiteral("bytesAvailable[0] ="), QString::number(count));
+        if (outcome == exchange::AnswerWait::Outcome::Complete)
+            logLine(tr("После после сравнения двух значений байтов ="), QString::number(count));
+    }
     logLine(tr("Конец waitBeyondWriting"));
 }

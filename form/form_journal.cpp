@@ -212,8 +212,14 @@ QByteArray Form::collectJournalTelegram()
     int quietMs = 0;
     QElapsedTimer waited;
     waited.start();
+    // Fast exchange: one wait that ends when the frame is whole, at the answer window or at a gap in
+    // the answer; what arrived is then judged below exactly as the polls judge it.
+    const bool fast = fastExchange();
+    if (fast)
+        waitForAnswer(kTelegramMaxMs, 0, [this] { return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray(); });
     while (port->isOpen() && waited.elapsed() < kTelegramMaxMs) {
-        waitForDevice(kTelegramPollMs);
+        if (!fast)
+            waitForDevice(kTelegramPollMs);
         const QByteArray chunk = readArrived();
         quietMs = chunk.isEmpty() ? quietMs + kTelegramPollMs : 0;
         received.append(chunk);
@@ -228,7 +234,7 @@ QByteArray Form::collectJournalTelegram()
             if (check.state == frames::Completeness::Invalid)
                 break;
         }
-        if (quietMs >= (received.isEmpty() ? kFirstByteMs : kQuietMs))
+        if (fast || quietMs >= (received.isEmpty() ? kFirstByteMs : kQuietMs))
             break;
     }
     logLine(QStringLiteral("dataAnswer"), logHex(received, true));

@@ -113,6 +113,7 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
         field->setStyleSheet(QLatin1String(kReadOnlyStyle));
 
     guardCommandButtons();
+    setUpFastExchange();
 
     activateWindow();
     setFocus();
