@@ -14,6 +14,7 @@ struct HostOptions
     QCommandLineOption server;
     QCommandLineOption simulate;
     QCommandLineOption simAddress;
+    QCommandLineOption fastExchange;
 
     // True when the command line only asks for help or the version, which needs no display.
     static bool onlyAsksForHelp(int argc, char *argv[]);

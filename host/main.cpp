@@ -6,6 +6,7 @@
 #include "host/host_window.h"
 #include "host/module_registry.h"
 #include "host/server_emulation.h"
+#include "link/fast_exchange.h"
 #include "sdk/module_interface.h"
 
 #include <QApplication>
@@ -52,6 +53,13 @@ int main(int argc, char *argv[])
 
     if (parser.isSet(options.server))
         settings.setValue(QStringLiteral("serverUrl"), parser.value(options.server));
+
+    // Fast exchange reaches the module's page through the application object; the page publishes
+    // every change there, and what it holds at exit is remembered for the next start.
+    exchange::FastExchangeSettings fast;
+    fast.enabled = parser.isSet(options.fastExchange) || settings.value(QStringLiteral("fastExchange")).toBool();
+    fast.marginMs = settings.value(QStringLiteral("fastExchangeMarginMs"), exchange::kDefaultMarginMs).toInt();
+    exchange::publishFastExchange(fast);
 
     ServerEmulation serverEmulation;
     if (parser.isSet(options.simulate) && !parser.isSet(options.server) &&
@@ -105,5 +113,9 @@ int main(int argc, char *argv[])
         return 1;
     }
     window.showMaximized();
-    return app.exec();
+    const int status = app.exec();
+    fast = exchange::publishedFastExchange();
+    settings.setValue(QStringLiteral("fastExchange"), fast.enabled);
+    settings.setValue(QStringLiteral("fastExchangeMarginMs"), fast.marginMs);
+    return status;
 }
