@@ -234,6 +234,8 @@ private:
     // A write the device acknowledges with E5; anything else shows `failText`.
     bool writeExpectingAck(const QByteArray &frame, const QString &failText, Wait wait = Wait::Standard);
     bool firstAnswerIsAck() const;
+    void reportFailureAtAddress();
+    void reportDone(const QString &text);
     // Fixed-pause register read at the working address; the answer with split entries joined, or
     // nothing after "Ошибка чтения данных" when it is missing or faulty.
     QByteArray readRegistersOrWarn(quint16 reg, quint16 count, int pauseMs);
@@ -267,6 +269,10 @@ private:
     // Device settings (form_device.cpp).
     // Shows the device's wall-clock fields in dateTimeEdit as they are, whatever the PC's zone.
     void showDeviceClock(const QDate &date, const QTime &time);
+
+    // Guidance for a newcomer (form_guidance.cpp): the log pane, input validators, tooltips.
+    void setUpGuidance();
+    void saveExchangeLog();
 
     // Channels (form_channels.cpp).
     void loadChannelDataFiles();
@@ -326,6 +332,7 @@ private:
     QSerialPort *port;
     bool checkedOpenPort = false;
     int currentRate = 0;
+    bool deviceSpeedRead = false; // until then "Скорость устройства" follows the port's speed
 
     // Exchange state: one request in flight at a time.
     QByteArray packet;

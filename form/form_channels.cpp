@@ -10,6 +10,7 @@
 #include "device/identification.h"
 #include "device/register_answer.h"
 #include "device/register_map.h"
+#include "form/busy_indicator.h"
 #include "form/table_snapshot.h"
 #include "link/frames.h"
 
@@ -132,6 +133,8 @@ void Form::loadChannelDataFiles()
                                            table->fontMetrics().horizontalAdvance(title) + kHeaderPaddingPx));
     }
     table->setMinimumHeight(kChannelTableMinHeight);
+    // The fields keep together at the top of their group, however tall the page makes it.
+    ui->gridLayout_groupBox_Parameters->setRowStretch(ui->gridLayout_groupBox_Parameters->rowCount(), 1);
     ui->tableWidget_ChannelIndications->setMinimumHeight(kReadingsTableMinHeight);
     ui->textEdit->setMinimumHeight(kReadingsTableMinHeight);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -460,11 +463,12 @@ void Form::writeChannelConfigurations(const QList<int> &channels, const device::
         if (!firstAnswerIsAck()) {
             logLine(tr("Ошибка записи. Канал"), QString::number(channel));
             resultLine(tr("Канал %1: ошибка записи").arg(channel));
+            reportFailureAtAddress();
             showErrorBox(tr("Ошибка записи"), this);
             return;
         }
         logLine(tr("Запись завершена. Канал"), QString::number(channel));
-        resultLine(tr("Канал %1: конфигурация записана").arg(channel));
+        reportDone(tr("Канал %1: конфигурация записана").arg(channel));
     }
 }
 
@@ -523,7 +527,7 @@ void Form::on_pushButton_WritePresetChannel_clicked()
         resultLine(tr("Канал %1: начальное значение не записано").arg(channel));
         return;
     }
-    resultLine(tr("Канал %1: начальное значение %2 записано").arg(channel).arg(double(channelRecord.presetValue)));
+    reportDone(tr("Канал %1: начальное значение %2 записано").arg(channel).arg(double(channelRecord.presetValue)));
 }
 
 // ---- Reading channels back ----
@@ -612,6 +616,7 @@ void Form::readChannelsIntoTable()
             channels << channel;
     }
     on_pushButton_clearTableWidget1_clicked();
+    const BusyIndicator busy(this, tr("Чтение каналов"));
     QTableWidget *table = ui->tableWidget_Channels;
     for (int k = 0; k < channels.size(); ++k) {
         const int channel = channels.at(k);
@@ -660,6 +665,7 @@ void Form::on_pushButton_ReadChannelIndicationsToTable_clicked()
         table->setRowHeight(row, kReadingRowHeight);
     if (!beginExchange())
         return;
+    const BusyIndicator busy(this, tr("Чтение показаний каналов"));
 
     for (int k = 1; k <= numberOfChannels; ++k) {
         const QByteArray answer = readRegistersOrWarn(device::registers::counter(k), 2, kReadingPauseMs);
@@ -698,7 +704,7 @@ bool Form::writeCounterOrWarn(int channel, quint32 counter)
         device::checkRegisterWriteAnswer(answer, reg, device::registers::kPerChannel);
     switch (check.fault) {
     case device::RegisterAnswerFault::None:
-        resultLine(tr("Канал %1: счетчик импульсов = %2").arg(channel).arg(counter));
+        reportDone(tr("Канал %1: счетчик импульсов = %2").arg(channel).arg(counter));
         return true;
     case device::RegisterAnswerFault::Exception:
         showErrorBox(tr("Ошибка записи данных. Код ошибки:") + QLatin1Char(' ') +

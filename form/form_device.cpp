@@ -12,6 +12,7 @@
 #include "device/register_map.h"
 #include "device/register_answer.h"
 #include "device/user_input.h"
+#include "form/busy_indicator.h"
 
 #include <QTableWidgetItem>
 
@@ -74,6 +75,9 @@ void Form::on_pushButton_AddressRequest_clicked()
     };
     addRow(device::kAlwaysListedAddress);
     emit progressStart();
+    if (rangeStart > rangeEnd)
+        ui->label_statusBar->setText(tr("Начало диапазона больше конца: адреса не опрошены"));
+    const BusyIndicator busy(this, tr("Опрос адресов %1..%2").arg(rangeStart).arg(rangeEnd));
 
     // An int counter: the scan ends after 255 instead of wrapping to 0.
     for (int address = rangeStart; address <= rangeEnd; ++address) {
@@ -193,8 +197,10 @@ void Form::on_pushButton_DateWrite_clicked()
     logLine(QStringLiteral("QString::number(monthByteToWrite)"), QString::number(e.monthByte));
     logLine(QStringLiteral("QString::number(hourByteToWrite)"), QString::number(e.hourByte));
 
-    if (writeExpectingAck(device::clockWriteFrame(deviceAddress, e), tr("Ошибка записи данных")))
+    if (writeExpectingAck(device::clockWriteFrame(deviceAddress, e), tr("Ошибка записи данных"))) {
         vectorPortRead.clear();
+        reportDone(tr("Часы записаны: %1").arg(ui->dateTimeEdit->dateTime().toString(QLatin1String(kClockDisplayFormat))));
+    }
 }
 
 // The edit is read when the clock is written.
@@ -232,6 +238,7 @@ void Form::on_pushButton_WriteNewNetAddress_clicked()
     newNetAddress = quint8(ui->spinBox_NewNetAddress->value());
     if (!writeExpectingAck(device::setAddressFrame(deviceAddress, newNetAddress), tr("Ошибка записи данных")))
         return;
+    reportDone(tr("Сетевой адрес %1 записан").arg(newNetAddress));
     // The device now answers at its new address; the point-to-point address keeps reaching it.
     if (deviceAddress != device::kPointToPointAddress)
         ui->lineEdit_oneAddress->setText(QString::number(newNetAddress));
@@ -259,6 +266,7 @@ void Form::on_pushButton_SerialNumberSet_clicked()
             return;
     }
     vectorPortRead.clear();
+    reportDone(tr("Серийный номер %1 записан").arg(ui->spinBox_SerialNumberSet->cleanText().trimmed()));
 }
 
 void Form::on_spinBox_SerialNumberSet_valueChanged(const QString &text)
@@ -288,6 +296,7 @@ void Form::on_pushButton_readRate_clicked()
                              ? ui->comboBox_selectRate->itemText(index)
                              : ui->comboBox_selectRate->itemText(kSpeedListFallbackIndex);
     ui->comboBox_writeRate->setCurrentText(text);
+    deviceSpeedRead = true;
     logLine(QStringLiteral("rateRead"), text);
 }
 
@@ -327,14 +336,17 @@ void Form::on_pushButton_writeReportDay_clicked()
         return;
     }
     if (!exchangeWithCompletion(device::reportDayFrame(deviceAddress, *day))) {
+        reportFailureAtAddress();
         showErrorBox(tr("Нет ответа"), this);
         return;
     }
     if (!firstAnswerIsAck()) {
+        reportFailureAtAddress();
         showErrorBox(tr("Ошибка записи данных"), this);
         return;
     }
     vectorPortRead.clear();
+    reportDone(tr("Отчетный день %1 записан").arg(*day));
 }
 
 // The day is read from the field when it is written.
@@ -417,6 +429,7 @@ void Form::on_pushButton_REQ_UD2_clicked()
 {
     if (!beginExchange())
         return;
+    const BusyIndicator busy(this, tr("REQ_UD2: ожидание телеграммы"));
     packet = device::reqUd2Frame();
     lineBytes.clear();
     connectReader();

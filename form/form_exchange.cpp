@@ -75,7 +75,8 @@ void Form::guardCommandButtons()
                              QStringLiteral("toolButton_openPort"),
                              QStringLiteral("pushButton_clearTextBrowser"),
                              QStringLiteral("toolButton_clear"),
-                             QStringLiteral("pushButton_clearResult")};
+                             QStringLiteral("pushButton_clearResult"),
+                             QStringLiteral("pushButton_saveLog")};
     for (QAbstractButton *button : findChildren<QAbstractButton *>()) {
         if (!live.contains(button->objectName()) && (qobject_cast<QPushButton *>(button) ||
                                                      qobject_cast<QToolButton *>(button)))
@@ -160,8 +161,23 @@ bool Form::writeExpectingAck(const QByteArray &frame, const QString &failText, W
     exchangeWithCompletion(frame, wait);
     if (firstAnswerIsAck())
         return true;
+    reportFailureAtAddress();
     showErrorBox(failText, this);
     return false;
+}
+
+// The status line names the address that failed; the box keeps its own text.
+void Form::reportFailureAtAddress()
+{
+    ui->label_statusBar->setText(vectorPortRead.isEmpty() ? tr("Нет ответа от адреса %1").arg(deviceAddress)
+                                                          : tr("Неверный ответ от адреса %1").arg(deviceAddress));
+}
+
+// A command the device carried out says so in the status line and the result pane, without a box.
+void Form::reportDone(const QString &text)
+{
+    ui->label_statusBar->setText(text);
+    ui->textEdit->append(text);
 }
 
 bool Form::firstAnswerIsAck() const

@@ -8,6 +8,7 @@
 #include "device/journal.h"
 #include "device/register_answer.h"
 #include "device/register_map.h"
+#include "form/busy_indicator.h"
 #include "form/table_snapshot.h"
 #include "link/completion_wait.h"
 #include "link/frames.h"
@@ -132,6 +133,7 @@ void Form::readJournal()
         showErrorBox(tr("Количество каналов неизвестно: прочитайте конфигурацию ZORVA"), this);
         return;
     }
+    const BusyIndicator busy(this, tr("Чтение журнала"));
     if (!resetJournalSelectionOrWarn())
         return;
     if (!writeExpectingAck(journal::selectionFrame(deviceAddress, selection),

@@ -97,6 +97,8 @@ void Form::on_comboBox_selectRate_currentIndexChanged(const QString &arg1)
         return;
     currentRate = ui->comboBox_selectRate->currentData().toInt();
     port->setBaudRate(rate, QSerialPort::AllDirections);
+    if (!deviceSpeedRead)
+        ui->comboBox_writeRate->setCurrentText(arg1);
     logLine(QStringLiteral("QString::number(currentRate, 16)"), QString::number(currentRate, 16));
     logLine(QStringLiteral("QString::number(port->baudRate())"), QString::number(port->baudRate()));
 }

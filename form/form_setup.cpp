@@ -112,6 +112,7 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
                              ui->lineEdit_numberChannels})
         field->setStyleSheet(QLatin1String(kReadOnlyStyle));
 
+    setUpGuidance();
     guardCommandButtons();
     setUpFastExchange();
 
@@ -157,6 +158,8 @@ bool Form::initialize(const TModuleMap &modules)
             rates->addItem(QLatin1String(speed.text), speed.code);
     }
     ui->comboBox_selectRate->setCurrentText(QStringLiteral("2400"));
+    // Until the device's own speed is read, the write list offers the speed the port talks at.
+    ui->comboBox_writeRate->setCurrentText(ui->comboBox_selectRate->currentText());
     currentRate = ui->comboBox_selectRate->currentData().toInt();
     speedCode = static_cast<quint8>(ui->comboBox_writeRate->currentData().toUInt());
 

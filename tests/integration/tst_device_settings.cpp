@@ -209,7 +209,7 @@ void TestDeviceSettings::command_data()
         << rateAt1 << QString() << Settings{{"comboBox_writeRate", "9600"}};
     QTest::newRow("speed read, noise before the answer")
         << rateRead << Settings() << sim::Fault::NoiseBeforeAnswer << rateAt1 << readError
-        << Settings{{"comboBox_writeRate", "1200"}};
+        << Settings{{"comboBox_writeRate", "2400"}}; // still the port's speed: nothing was read
 
     const QString addressWrite = QStringLiteral("pushButton_WriteNewNetAddress");
     const QString serialWrite = QStringLiteral("pushButton_SerialNumberSet");
