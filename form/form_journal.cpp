@@ -15,6 +15,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QHeaderView>
 #include <QElapsedTimer>
 #include <iterator>
 
@@ -23,6 +24,10 @@
 
 namespace
 {
+
+// A month of daily records is what an engineer reads most; the table shows a screenful of them.
+constexpr int kDefaultRecordCount = 31;
+constexpr int kJournalTableMinHeight = 300;
 
 namespace journal = device::journal;
 
@@ -79,6 +84,9 @@ void Form::setUpJournalPage()
     connect(ui->radioButton_days, &QRadioButton::clicked, this, &Form::journalKindChanged);
     ui->spinBox_startNote->setRange(1, 0xFFFF);
     ui->spinBox_notesNumber->setRange(0, 0xFFFF);
+    ui->spinBox_notesNumber->setValue(kDefaultRecordCount);
+    ui->tableWidget_Journal->setMinimumHeight(kJournalTableMinHeight);
+    ui->tableWidget_Journal->verticalHeader()->hide(); // the "№" column numbers the rows
     ui->progressBar_ReadJournal->setRange(0, 1);
     ui->progressBar_ReadJournal->setValue(0);
 }
@@ -170,9 +178,12 @@ void Form::readJournal()
             uploadBuffer.clear();
             tableReplaced = true;
         }
+        const bool firstRows = table->rowCount() == 0;
         if (tableReplaced)
             uploadBuffer.append(telegram);
         appendRows(table, page.rows, selection.kind);
+        if (firstRows)
+            table->resizeColumnsToContents(); // the date and event columns show their texts whole
         ui->progressBar_ReadJournal->setValue(qMin(table->rowCount(), selection.count));
         finished = !page.moreFollows;
         frameCountBit = !frameCountBit;
