@@ -292,6 +292,10 @@ private:
     // The fetch request and its reply (the channel variant of the completion wait); nothing after
     // "Ошибка чтения данных" when no answer came.
     QByteArray fetchChannelOrWarn(int channel);
+    // The fetch decoded; nothing after "Ошибка чтения данных".
+    std::optional<device::ChannelConfiguration> readChannelOrWarn(int channel);
+    // The channel chosen in the list is one of the device's; otherwise a box says how to get one.
+    bool chosenChannelOrWarn();
     void showChannelInEditors(const device::ChannelConfiguration &channel);
     void fillChannelRow(int row, int channel, const device::ChannelConfiguration &configuration);
     void selectChannel(int channel);

@@ -442,6 +442,26 @@ QByteArray Form::fetchChannelOrWarn(int channel)
     return vectorPortRead.first();
 }
 
+std::optional<device::ChannelConfiguration> Form::readChannelOrWarn(int channel)
+{
+    const QByteArray reply = fetchChannelOrWarn(channel);
+    if (reply.isEmpty())
+        return std::nullopt;
+    const std::optional<device::ChannelConfiguration> configuration = device::decodeChannelReply(reply);
+    if (!configuration)
+        showErrorBox(tr("Ошибка чтения данных"), this);
+    return configuration;
+}
+
+bool Form::chosenChannelOrWarn()
+{
+    const int channel = channelRecord.channelNumber;
+    if (channel >= device::kFirstChannel && channel <= numberOfChannels)
+        return true;
+    showErrorBox(tr("Выберите канал прибора: выполните «Чтение конфигурации ZORVA»"), this);
+    return false;
+}
+
 void Form::writeChannelConfigurations(const QList<int> &channels, const device::ChannelWriteChoice &choice)
 {
     for (int channel : channels) {
@@ -518,11 +538,9 @@ void Form::on_pushButton_WritePresetChannel_clicked()
         showErrorBox(tr("Начальное значение должно быть числом"), this);
         return;
     }
-    const int channel = channelRecord.channelNumber;
-    if (channel < device::kFirstChannel || channel > numberOfChannels) {
-        showErrorBox(tr("Выберите канал прибора: выполните «Чтение конфигурации ZORVA»"), this);
+    if (!chosenChannelOrWarn())
         return;
-    }
+    const int channel = channelRecord.channelNumber;
     if (!writeExpectingAck(device::presetFrame(deviceAddress, channelRecord), tr("Ошибка записи"), Wait::Channel)) {
         resultLine(tr("Канал %1: начальное значение не записано").arg(channel));
         return;
@@ -569,19 +587,12 @@ void Form::on_pushButton_ReadOneReg_clicked()
 {
     if (!beginExchange())
         return;
+    if (!chosenChannelOrWarn())
+        return;
     const int channel = channelRecord.channelNumber;
-    if (channel < device::kFirstChannel || channel > numberOfChannels) {
-        showErrorBox(tr("Выберите канал прибора: выполните «Чтение конфигурации ZORVA»"), this);
+    const std::optional<device::ChannelConfiguration> configuration = readChannelOrWarn(channel);
+    if (!configuration)
         return;
-    }
-    const QByteArray reply = fetchChannelOrWarn(channel);
-    if (reply.isEmpty())
-        return;
-    const std::optional<device::ChannelConfiguration> configuration = device::decodeChannelReply(reply);
-    if (!configuration) {
-        showErrorBox(tr("Ошибка чтения данных"), this);
-        return;
-    }
     showChannelInEditors(*configuration);
     resultLine(tr("Канал %1 прочитан").arg(channel));
 }
@@ -621,14 +632,9 @@ void Form::readChannelsIntoTable()
     for (int k = 0; k < channels.size(); ++k) {
         const int channel = channels.at(k);
         ui->label_statusBar->setText(tr("Чтение каналов: %1 из %2").arg(k + 1).arg(channels.size()));
-        const QByteArray reply = fetchChannelOrWarn(channel);
-        if (reply.isEmpty())
+        const std::optional<device::ChannelConfiguration> configuration = readChannelOrWarn(channel);
+        if (!configuration)
             return;
-        const std::optional<device::ChannelConfiguration> configuration = device::decodeChannelReply(reply);
-        if (!configuration) {
-            showErrorBox(tr("Ошибка чтения данных"), this);
-            return;
-        }
         channelTable.insert(channel, *configuration);
         table->insertRow(table->rowCount());
         fillChannelRow(table->rowCount() - 1, channel, *configuration);
@@ -751,11 +757,9 @@ void Form::on_pushButton_PulseWrite_clicked()
         showErrorBox(tr("Число импульсов должно быть целым числом от 0 до 4294967295"), this);
         return;
     }
-    const int channel = channelRecord.channelNumber;
-    if (channel < device::kFirstChannel || channel > numberOfChannels) {
-        showErrorBox(tr("Выберите канал прибора: выполните «Чтение конфигурации ZORVA»"), this);
+    if (!chosenChannelOrWarn())
         return;
-    }
+    const int channel = channelRecord.channelNumber;
     if (writeCounterOrWarn(channel, quint32(counter)))
         on_pushButton_ReadChannelIndicationsToTable_clicked();
 }
