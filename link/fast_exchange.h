@@ -45,9 +45,8 @@ struct AnswerCheck {
 };
 
 // Given the bytes received since the request, is the expected answer whole? Bytes that cannot start
-// the expected answer are passed over as noise; a candidate whose header cannot be right is passed
-// over too. Invalid: an answer is there by its length but its checksum or stop byte is wrong, or an
-// answer of another function came.
+// the expected answer (another function code, a start byte whose header cannot be right) are passed
+// over as noise. Invalid: an answer is there by its length but its checksum or stop byte is wrong.
 AnswerCheck checkAnswer(const ExpectedAnswer &expected, const QByteArray &bytes);
 
 // The settings of fast exchange, published on the application object by the host (like the

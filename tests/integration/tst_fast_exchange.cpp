@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTableWidget>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(sim::Fault)
@@ -58,6 +59,7 @@ private slots:
     void cleanup();
     void sameResultAsDocumented_data();
     void sameResultAsDocumented();
+    void journalReadoutSameRows();
     void speedChangeThenNextCommand();
     void boxOffKeepsTheDocumentedWaits();
 
@@ -132,6 +134,31 @@ void TestFastExchange::sameResultAsDocumented()
     } else {
         QVERIFY2(fast.ms <= documented.ms, qPrintable(QStringLiteral("%1 > %2").arg(fast.ms).arg(documented.ms)));
     }
+}
+
+// The readout of five daily records fills the same table in both modes.
+void TestFastExchange::journalReadoutSameRows()
+{
+    m_fx->w<QPushButton>(QStringLiteral("pushButton_readZorvaConfig"))->click();
+    QList<QStringList> tables;
+    for (const bool fast : {false, true}) {
+        m_fx->w<QCheckBox>(QStringLiteral("checkBox_fastExchange"))->setChecked(fast);
+        m_fx->boxes().clear();
+        m_fx->w<QAbstractButton>(QStringLiteral("radioButton_days"))->click();
+        m_fx->w<QSpinBox>(QStringLiteral("spinBox_startNote"))->setValue(1);
+        m_fx->w<QSpinBox>(QStringLiteral("spinBox_notesNumber"))->setValue(5);
+        m_fx->w<QPushButton>(QStringLiteral("pushButton_readJournal"))->click();
+        QVERIFY2(m_fx->boxes().boxes.isEmpty(), qPrintable(m_fx->boxes().texts().join("; ")));
+        const QTableWidget *table = m_fx->w<QTableWidget>(QStringLiteral("tableWidget_Journal"));
+        QStringList cells;
+        for (int r = 0; r < table->rowCount(); ++r)
+            for (int c = 0; c < table->columnCount(); ++c)
+                cells << (table->item(r, c) ? table->item(r, c)->text() : QString());
+        QCOMPARE(table->rowCount(), 5);
+        tables << cells;
+        m_fx->w<QPushButton>(QStringLiteral("pushButton_clearJournalSecond"))->click();
+    }
+    QCOMPARE(tables.at(1), tables.at(0));
 }
 
 // After the device has moved to 9600 baud and the port with it, the next command is answered, and
