@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
 # Installs what is missing (Debian packages only), builds, and then either starts the configurator
 # in the standalone host against the simulated device ("run"), runs the whole suite ("test"), or
-# fuzzes every parser for a while ("fuzz").
+# fuzzes every parser for a while ("fuzz"), or checks the sources' formatting ("format").
 #   bash setup.sh test --sanitize   the suite built with AddressSanitizer and UndefinedBehaviorSanitizer
 #                                   (also ZORVA_SANITIZE=1), in its own build folder (build-asan)
 #   bash setup.sh fuzz [SECONDS]    each libFuzzer target for SECONDS (default 20) from its corpus,
 #                                   built with clang in build-fuzz
+#   bash setup.sh format            every C++ source formatted as .clang-format says
 set -euo pipefail
 
 mode=${1:-}
 case "$mode" in
-run | test | fuzz) ;;
+run | test | fuzz | format) ;;
 *)
-    echo "usage: bash setup.sh run | test [--sanitize] | fuzz [SECONDS]" >&2
+    echo "usage: bash setup.sh run | test [--sanitize] | fuzz [SECONDS] | format" >&2
     exit 2
     ;;
 esac
@@ -29,7 +30,10 @@ fi
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=${ZORVA_BUILD_DIR:-$here/build}
-packages=(cmake make g++ pkg-config qtbase5-dev libqt5serialport5-dev libcpp-httplib-dev)
+packages=(cmake make g++ pkg-config qtbase5-dev libqt5serialport5-dev libcpp-httplib-dev libbenchmark-dev)
+if [ "$mode" = format ]; then
+    packages=(clang-format git)
+fi
 if [ "$mode" = run ] && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     packages+=(xvfb xauth)
 fi
@@ -47,6 +51,10 @@ if [ ${#missing[@]} -gt 0 ]; then
     export DEBIAN_FRONTEND=noninteractive
     apt-get update -qq
     apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+if [ "$mode" = format ]; then
+    exec bash "$here/tools/check-format"
 fi
 
 if [ "$mode" = fuzz ]; then

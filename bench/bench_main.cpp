@@ -42,7 +42,8 @@ int main(int argc, char *argv[])
     if (table) {
         QApplication app(argc, argv);
         const QStringList missed = runExchangeTable(options);
-        std::printf("\nTargets not met: %s\n\n", missed.isEmpty() ? "none" : qPrintable(missed.join(QStringLiteral("; "))));
+        std::printf("\nTargets not met: %s\n\n",
+                    missed.isEmpty() ? "none" : qPrintable(missed.join(QStringLiteral("; "))));
         status = missed.isEmpty() ? 0 : 1;
     }
     if (micro) {

@@ -83,7 +83,8 @@ public:
         const QList<QByteArray> lines = file.readAll().split('\n');
         m_offset = file.pos();
         for (const QByteArray &line : lines) {
-            const int bytes = line.mid(3).trimmed().isEmpty() ? 0 : int(line.mid(3).trimmed().split(' ').size());
+            const int bytes =
+                line.mid(3).trimmed().isEmpty() ? 0 : int(line.mid(3).trimmed().split(' ').size());
             if (line.startsWith("-> "))
                 exchanges.append({bytes, 0});
             else if (line.startsWith("<- ") && !exchanges.isEmpty() && !line.contains("(silence)"))
@@ -166,7 +167,8 @@ public:
     bool start(const QStringList &simArguments, QString *error)
     {
         if (!m_sim.start(simArguments + QStringList{QStringLiteral("--speed"), QString::number(m_baud),
-                                                    QStringLiteral("--turnaround"), QString::number(m_turnaroundMs)},
+                                                    QStringLiteral("--turnaround"),
+                                                    QString::number(m_turnaroundMs)},
                          error))
             return false;
         exchange::publishFastExchange({m_fast, m_marginMs});
@@ -318,13 +320,14 @@ void printRow(const Row &r)
 {
     const QString line =
         QStringLiteral("| %1 | %2 | %3 | %4 | %5 | %6 | %7 | %8 | %9 | %10 |")
-            .arg(r.operation, QString::number(r.baud), r.fast ? QStringLiteral("fast") : QStringLiteral("documented"),
-                 QString::number(r.bytes), seconds(r.wireMs), seconds(r.tookMs),
-                 QString::number(r.tookMs / r.wireMs, 'f', 2),
+            .arg(r.operation, QString::number(r.baud),
+                 r.fast ? QStringLiteral("fast") : QStringLiteral("documented"), QString::number(r.bytes),
+                 seconds(r.wireMs), seconds(r.tookMs), QString::number(r.tookMs / r.wireMs, 'f', 2),
                  QStringLiteral("%1 ms (%2 %)").arg(r.cpuMs, 0, 'f', 0).arg(r.cpuPct, 0, 'f', 2),
                  r.fast ? QStringLiteral("–") : seconds(r.budgetMs))
-            .arg(r.target.isEmpty() ? QStringLiteral("–")
-                                    : r.target + (r.met ? QStringLiteral(": met") : QStringLiteral(": NOT met")));
+            .arg(r.target.isEmpty()
+                     ? QStringLiteral("–")
+                     : r.target + (r.met ? QStringLiteral(": met") : QStringLiteral(": NOT met")));
     std::printf("%s\n", qPrintable(line));
     if (!r.note.isEmpty())
         std::printf("|   ↳ %s | | | | | | | | | |\n", qPrintable(r.note));
@@ -336,7 +339,8 @@ void printRow(const Row &r)
 QStringList runExchangeTable(const TableOptions &options)
 {
     QStringList missed;
-    std::printf("| Operation | Baud | Mode | Bytes on the wire | Wire time | Time taken | × wire | CPU time (%% of a core) | "
+    std::printf("| Operation | Baud | Mode | Bytes on the wire | Wire time | Time taken | × wire | CPU time "
+                "(%% of a core) | "
                 "Documented budget | Target |\n|---|---|---|---|---|---|---|---|---|---|\n");
     auto emitRow = [&](Row row) {
         if (row.skipped)
@@ -344,7 +348,10 @@ QStringList runExchangeTable(const TableOptions &options)
         judge(row, options.marginMs);
         printRow(row);
         if (!row.met)
-            missed << QStringLiteral("%1 at %2, %3").arg(row.operation).arg(row.baud).arg(row.fast ? "fast" : "documented");
+            missed << QStringLiteral("%1 at %2, %3")
+                          .arg(row.operation)
+                          .arg(row.baud)
+                          .arg(row.fast ? "fast" : "documented");
     };
 
     for (const int baud : options.bauds) {
@@ -359,47 +366,75 @@ QStringList runExchangeTable(const TableOptions &options)
                 std::fprintf(stderr, "%s\n", qPrintable(error));
                 return {QStringLiteral("bench did not start: ") + error};
             }
-            emitRow(bench.measure(QStringLiteral("information read"), [&] { bench.click("pushButton_readZorvaConfig"); },
-                                  completion));
-            emitRow(bench.measure(QStringLiteral("clock read"), [&] { bench.click("pushButton_DateRead"); },
-                                  [](int, int *ms) { *ms = 400; return Rule::Fixed; }));
-            emitRow(bench.measure(QStringLiteral("one silent address"), [&] {
-                bench.widget<QLineEdit>("lineEdit_AddressRangeStart")->setText(QString::number(kSilentAddress));
-                bench.widget<QLineEdit>("lineEdit_AddressRangeEnd")->setText(QString::number(kSilentAddress));
-                bench.click("pushButton_AddressRequest");
-            }, completion));
-            emitRow(bench.measure(QStringLiteral("16-channel readings"),
-                                  [&] { bench.click("pushButton_ReadChannelIndicationsToTable"); },
-                                  [](int, int *ms) { *ms = 400; return Rule::Fixed; }));
-            emitRow(bench.measure(QStringLiteral("all channels into the table"),
-                                  [&] { bench.click("pushButton_readChannelsConfig"); }, completion));
-            emitRow(bench.measure(QStringLiteral("REQ_UD2"), [&] { bench.click("pushButton_REQ_UD2"); },
-                                  [](int, int *ms) { *ms = 5000; return Rule::Fixed; }));
-            emitRow(bench.measure(QStringLiteral("31 daily records, 16 channels"), [&] {
-                bench.click("radioButton_days");
-                bench.widget<QSpinBox>("spinBox_startNote")->setValue(1);
-                bench.widget<QSpinBox>("spinBox_notesNumber")->setValue(kJournalRecords);
-                bench.click("pushButton_readJournal");
-            }, [](int index, int *) { return index < 2 ? Rule::Completion : Rule::JournalPoll; }));
-            emitRow(bench.measure(QStringLiteral("one channel configuration write"), [&] {
-                bench.widget<QComboBox>("comboBox_ChannelNumber")->setCurrentText(QStringLiteral("1"));
-                bench.widget<QLineEdit>("lineEdit_Manufacturer")->setText(QStringLiteral("ZRV"));
-                bench.widget<QLineEdit>("lineEdit_Weight")->setText(QStringLiteral("0,01"));
-                auto *channel = bench.widget<QCheckBox>("checkBoxChan1");
-                auto *appointment = bench.widget<QCheckBox>("checkBox_Appointment");
-                channel->setChecked(true);
-                appointment->setChecked(true);
-                bench.click("pushButton_WriteOneReg");
-            }, completion));
+            emitRow(bench.measure(
+                QStringLiteral("information read"), [&] { bench.click("pushButton_readZorvaConfig"); },
+                completion));
+            emitRow(bench.measure(
+                QStringLiteral("clock read"), [&] { bench.click("pushButton_DateRead"); },
+                [](int, int *ms) {
+                    *ms = 400;
+                    return Rule::Fixed;
+                }));
+            emitRow(bench.measure(
+                QStringLiteral("one silent address"),
+                [&] {
+                    bench.widget<QLineEdit>("lineEdit_AddressRangeStart")
+                        ->setText(QString::number(kSilentAddress));
+                    bench.widget<QLineEdit>("lineEdit_AddressRangeEnd")
+                        ->setText(QString::number(kSilentAddress));
+                    bench.click("pushButton_AddressRequest");
+                },
+                completion));
+            emitRow(bench.measure(
+                QStringLiteral("16-channel readings"),
+                [&] { bench.click("pushButton_ReadChannelIndicationsToTable"); },
+                [](int, int *ms) {
+                    *ms = 400;
+                    return Rule::Fixed;
+                }));
+            emitRow(bench.measure(
+                QStringLiteral("all channels into the table"),
+                [&] { bench.click("pushButton_readChannelsConfig"); }, completion));
+            emitRow(bench.measure(
+                QStringLiteral("REQ_UD2"), [&] { bench.click("pushButton_REQ_UD2"); },
+                [](int, int *ms) {
+                    *ms = 5000;
+                    return Rule::Fixed;
+                }));
+            emitRow(bench.measure(
+                QStringLiteral("31 daily records, 16 channels"),
+                [&] {
+                    bench.click("radioButton_days");
+                    bench.widget<QSpinBox>("spinBox_startNote")->setValue(1);
+                    bench.widget<QSpinBox>("spinBox_notesNumber")->setValue(kJournalRecords);
+                    bench.click("pushButton_readJournal");
+                },
+                [](int index, int *) { return index < 2 ? Rule::Completion : Rule::JournalPoll; }));
+            emitRow(bench.measure(
+                QStringLiteral("one channel configuration write"),
+                [&] {
+                    bench.widget<QComboBox>("comboBox_ChannelNumber")->setCurrentText(QStringLiteral("1"));
+                    bench.widget<QLineEdit>("lineEdit_Manufacturer")->setText(QStringLiteral("ZRV"));
+                    bench.widget<QLineEdit>("lineEdit_Weight")->setText(QStringLiteral("0,01"));
+                    auto *channel = bench.widget<QCheckBox>("checkBoxChan1");
+                    auto *appointment = bench.widget<QCheckBox>("checkBox_Appointment");
+                    channel->setChecked(true);
+                    appointment->setChecked(true);
+                    bench.click("pushButton_WriteOneReg");
+                },
+                completion));
 
             // The empty bus: a device that answers nothing.
             bench.reopenOn({QStringLiteral("--fault"), QStringLiteral("silence")}, &error);
             const int last = fast ? kScanLast : options.documentedScanTo;
-            Row scan = bench.measure(QStringLiteral("scan 0..250, empty bus"), [&] {
-                bench.widget<QLineEdit>("lineEdit_AddressRangeStart")->setText(QStringLiteral("0"));
-                bench.widget<QLineEdit>("lineEdit_AddressRangeEnd")->setText(QString::number(last));
-                bench.click("pushButton_AddressRequest");
-            }, completion);
+            Row scan = bench.measure(
+                QStringLiteral("scan 0..250, empty bus"),
+                [&] {
+                    bench.widget<QLineEdit>("lineEdit_AddressRangeStart")->setText(QStringLiteral("0"));
+                    bench.widget<QLineEdit>("lineEdit_AddressRangeEnd")->setText(QString::number(last));
+                    bench.click("pushButton_AddressRequest");
+                },
+                completion);
             if (!fast) {
                 const double scale = (kScanLast + 1.0) / (last + 1.0);
                 scan.tookMs *= scale;
@@ -412,9 +447,9 @@ QStringList runExchangeTable(const TableOptions &options)
             // 251 silent addresses at the default margin take 251 × 260.4 ms: the margin that fits 60 s.
             if (fast && baud == 2400 && options.marginMs > kScanFitMarginMs) {
                 bench.widget<QSpinBox>("spinBox_fastExchangeMargin")->setValue(kScanFitMarginMs);
-                emitRow(bench.measure(QStringLiteral("scan 0..250, empty bus, margin %1 ms").arg(kScanFitMarginMs), [&] {
-                    bench.click("pushButton_AddressRequest");
-                }, completion));
+                emitRow(bench.measure(
+                    QStringLiteral("scan 0..250, empty bus, margin %1 ms").arg(kScanFitMarginMs),
+                    [&] { bench.click("pushButton_AddressRequest"); }, completion));
                 bench.widget<QSpinBox>("spinBox_fastExchangeMargin")->setValue(options.marginMs);
             }
         }

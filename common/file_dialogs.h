@@ -21,4 +21,5 @@ public:
 void setSaveFileChooser(SaveFileChooser *chooser);
 
 // The chosen file name, or an empty string when the dialog was cancelled.
-QString chooseSaveFileName(QWidget *parent, const QString &caption, const QString &dir, const QString &filter);
+QString chooseSaveFileName(QWidget *parent, const QString &caption, const QString &dir,
+                           const QString &filter);

@@ -121,12 +121,12 @@ struct DataRecord {
     quint32 subunit = 0;
 
     VifMeaning meaning;
-    QString plainTextUnit;           // unit of a plain-text VIF, in reading order
-    QVector<quint8> vifes;           // combinable VIFE codes (7 bits) that are not corrections
-    bool manufacturerVife = false;   // VIFE 0x7F: what follows belongs to the manufacturer
+    QString plainTextUnit;             // unit of a plain-text VIF, in reading order
+    QVector<quint8> vifes;             // combinable VIFE codes (7 bits) that are not corrections
+    bool manufacturerVife = false;     // VIFE 0x7F: what follows belongs to the manufacturer
     QVector<quint8> manufacturerVifes; // the manufacturer's own VIFEs (7 bits), after VIF or VIFE 0x7F
-    QString unitDescription;         // English, e.g. "Energy (10 Wh)"
-    quint8 fixedUnit = kNoFixedUnit; // the 6-bit unit code of a fixed-structure counter
+    QString unitDescription;           // English, e.g. "Energy (10 Wh)"
+    quint8 fixedUnit = kNoFixedUnit;   // the 6-bit unit code of a fixed-structure counter
 
     quint8 unitCode = 0;  // unit table of the vocabulary; 0 when no unit of it fits
     int unitScale = 0;    // the value in unitCode's unit is raw * 10^unitScale

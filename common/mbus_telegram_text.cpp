@@ -502,9 +502,10 @@ QString TelegramText::record(const DataRecord &record)
             details << note;
     }
     if (record.manufacturerVife) {
-        details << (record.manufacturerVifes.isEmpty()
-                        ? tr("с признаком изготовителя")
-                        : tr("с признаком изготовителя %1").arg(manufacturerCodesText(record.manufacturerVifes)));
+        details
+            << (record.manufacturerVifes.isEmpty()
+                    ? tr("с признаком изготовителя")
+                    : tr("с признаком изготовителя %1").arg(manufacturerCodesText(record.manufacturerVifes)));
     }
     return name + QStringLiteral(" = ") + valueText(record) + QStringLiteral(" (") +
            details.join(QStringLiteral(", ")) + QLatin1Char(')');

@@ -5,7 +5,8 @@
 #include <QPushButton>
 #include <QVariant>
 
-namespace {
+namespace
+{
 
 QString trBox(const char *text)
 {
@@ -79,8 +80,8 @@ int present(BoxKind kind, const QString &title, const QString &text, QWidget *pa
 
 void setBoxPresenter(BoxPresenter *presenter)
 {
-    QCoreApplication::instance()->setProperty(kPresenterProperty,
-                                              presenter ? QVariant::fromValue<void *>(presenter) : QVariant());
+    QCoreApplication::instance()->setProperty(
+        kPresenterProperty, presenter ? QVariant::fromValue<void *>(presenter) : QVariant());
 }
 
 void showErrorBox(const QString &text, QWidget *parent)

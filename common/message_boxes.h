@@ -10,8 +10,7 @@ class QWidget;
 
 enum class BoxKind { Error, Information, Warning, Confirmation, Question };
 
-struct BoxRequest
-{
+struct BoxRequest {
     BoxKind kind;
     QString title;
     QString text;
@@ -35,7 +34,7 @@ void showErrorBox(const QString &text, QWidget *parent);       // "Ошибка"
 void showInformationBox(const QString &text, QWidget *parent); // "Информация", Ok
 void showWarningBox(const QString &text, QWidget *parent);     // "Внимание", Ok
 int showConfirmationBox(const QString &text, QWidget *parent); // "Подтверждение", "Да"/"Отмена"
-bool showQuestionBox(const QString &text, QWidget *parent);    // "Вопрос", Yes/No
+bool showQuestionBox(const QString &text, QWidget *parent); // "Вопрос", Yes/No
 
 // A box of the given kind under a caller's own title (file saves, server replies).
 void showTitledBox(BoxKind kind, const QString &title, const QString &text, QWidget *parent);

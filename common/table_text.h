@@ -10,7 +10,7 @@
 #include <optional>
 
 struct TableSnapshot {
-    QStringList headers;                       // one per column; empty where a column has none
+    QStringList headers;                            // one per column; empty where a column has none
     QVector<QVector<std::optional<QString>>> cells; // rows of cells; nullopt where a cell has no item
 };
 

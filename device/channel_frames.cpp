@@ -76,8 +76,8 @@ void appendLittleEndian(QByteArray &out, quint32 value, int bytes)
         out.append(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
-QByteArray identificationRecord(int channel, const QByteArray &numberWire, quint16 manufacturer, quint8 version,
-                                quint8 medium)
+QByteArray identificationRecord(int channel, const QByteArray &numberWire, quint16 manufacturer,
+                                quint8 version, quint8 medium)
 {
     QByteArray record;
     record.append(static_cast<char>(kDifInt64WithDife));
@@ -156,8 +156,8 @@ std::optional<FetchReplyFields> fetchReplyFields(const QByteArray &reply)
     return fields;
 }
 
-ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &record, const ChannelWriteChoice &choice,
-                                      const FetchReplyFields &reply)
+ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &record,
+                                      const ChannelWriteChoice &choice, const FetchReplyFields &reply)
 {
     ConfigurationFrame result;
     const int channel = record.channelNumber;
@@ -178,12 +178,12 @@ ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &recor
 
     QByteArray data;
     if (choice.identification) {
-        data = identificationRecord(channel, deviceNumberWire(record.deviceNumberBytes), record.manufacturerCode,
-                                    quint8(record.version), quint8(record.deviceType));
+        data =
+            identificationRecord(channel, deviceNumberWire(record.deviceNumberBytes), record.manufacturerCode,
+                                 quint8(record.version), quint8(record.deviceType));
     } else {
-        const quint16 manufacturer = choice.manufacturer
-                                         ? record.manufacturerCode
-                                         : quint16(littleEndianValue(reply.manufacturer));
+        const quint16 manufacturer =
+            choice.manufacturer ? record.manufacturerCode : quint16(littleEndianValue(reply.manufacturer));
         data = identificationRecord(channel, reply.deviceNumber, manufacturer, reply.version, reply.medium);
     }
     if (choice.weight)
@@ -207,10 +207,11 @@ ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &recor
 QByteArray presetFrame(quint8 address, const ChannelRecord &record)
 {
     const int channel = record.channelNumber;
-    QByteArray data = identificationRecord(channel, deviceNumberWire(record.deviceNumberBytes),
-                                           record.manufacturerCode, quint8(record.version),
-                                           quint8(record.deviceType));
-    data += QByteArray(1, static_cast<char>(kDifReal)) + vifWireBytes(record.vif) + floatWire(record.presetValue);
+    QByteArray data =
+        identificationRecord(channel, deviceNumberWire(record.deviceNumberBytes), record.manufacturerCode,
+                             quint8(record.version), quint8(record.deviceType));
+    data +=
+        QByteArray(1, static_cast<char>(kDifReal)) + vifWireBytes(record.vif) + floatWire(record.presetValue);
     QByteArray frame = frames::mbusLong(frames::kSndUd, address == 0 ? kPointToPointAddress : address,
                                         frames::kCiDataSend, data);
     const int length = kPresetBaseLength + lastOneBitPosition(channel) + ((record.vif >> 8) ? 1 : 0);
@@ -251,10 +252,10 @@ std::optional<ChannelConfiguration> decodeChannelReply(const QByteArray &reply)
             return std::nullopt;
         const QByteArray data = reply.mid(i, length);
         i += length;
-        const quint16 vifToInt = vifBytes.size() == 1
-                                     ? quint16(static_cast<quint8>(vifBytes.at(0)))
-                                     : quint16(static_cast<quint8>(vifBytes.at(0)) << 8 |
-                                               static_cast<quint8>(vifBytes.at(1)));
+        const quint16 vifToInt =
+            vifBytes.size() == 1
+                ? quint16(static_cast<quint8>(vifBytes.at(0)))
+                : quint16(static_cast<quint8>(vifBytes.at(0)) << 8 | static_cast<quint8>(vifBytes.at(1)));
         const quint8 plainDif = dif & 0x0F;
         if (plainDif == kDifReal && vifToInt == kVifWeight)
             c.weight = floatFrom(data);

@@ -77,8 +77,8 @@ struct ConfigurationFrame {
 // The write of `record`'s channel. The identification record takes every field from the record when
 // `choice.identification`; otherwise number, version and medium from the reply, and the manufacturer
 // from the record only when `choice.manufacturer`.
-ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &record, const ChannelWriteChoice &choice,
-                                      const FetchReplyFields &reply);
+ConfigurationFrame configurationFrame(quint8 address, const ChannelRecord &record,
+                                      const ChannelWriteChoice &choice, const FetchReplyFields &reply);
 
 QByteArray presetFrame(quint8 address, const ChannelRecord &record);
 
@@ -89,7 +89,7 @@ struct ChannelConfiguration {
     quint16 manufacturer = 0;
     quint8 version = 0;
     quint8 medium = 0;
-    QByteArray unitVif;      // the unit's VIF bytes as received
+    QByteArray unitVif; // the unit's VIF bytes as received
     float value = 0;
     std::optional<float> weight;
     std::optional<quint16> durationMs;

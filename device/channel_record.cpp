@@ -44,7 +44,8 @@ quint16 packManufacturer(const QString &text)
 {
     const QByteArray letters = text.toUpper().toLatin1();
     auto letter = [&letters](int i) { return i < letters.size() ? static_cast<quint8>(letters.at(i)) : 0; };
-    const int code = (letter(0) - kLetterBase) * 1024 + (letter(1) - kLetterBase) * 32 + (letter(2) - kLetterBase);
+    const int code =
+        (letter(0) - kLetterBase) * 1024 + (letter(1) - kLetterBase) * 32 + (letter(2) - kLetterBase);
     return static_cast<quint16>(code & 0xFFFF);
 }
 

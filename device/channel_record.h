@@ -19,17 +19,17 @@ constexpr quint8 kMediumElectricity = 0x02;
 constexpr quint8 kHighestAppointment = 4;
 
 struct ChannelRecord {
-    qint16 channelNumber = 1;            // channelNumberFromLineEdit: 1..16
-    quint16 manufacturerCode = 0xF7C0;   // manufacturerSum: three letters packed (empty text)
-    QByteArray deviceNumberBytes;        // deviceNumberFromLineEditArray: BCD, most significant pair first
-    qint32 deviceNumberValue = 0;        // the same text read as a decimal number
-    quint16 version = 0;                 // versionNumberFromLineEdit: low byte used
-    quint16 deviceType = 0;              // M-Bus medium code: low byte used
-    quint16 vif = 0;                     // VIFToInt: written low byte first when two bytes long
-    quint16 appointment = 0;             // appointment code: low byte used
-    quint16 durationMs = 0;              // durationFromLineEdit, tauPulseInt
-    float weight = 0;                    // weightPulseFloat: quantity per pulse
-    float presetValue = 0;               // presetValue
+    qint16 channelNumber = 1;          // channelNumberFromLineEdit: 1..16
+    quint16 manufacturerCode = 0xF7C0; // manufacturerSum: three letters packed (empty text)
+    QByteArray deviceNumberBytes;      // deviceNumberFromLineEditArray: BCD, most significant pair first
+    qint32 deviceNumberValue = 0;      // the same text read as a decimal number
+    quint16 version = 0;               // versionNumberFromLineEdit: low byte used
+    quint16 deviceType = 0;            // M-Bus medium code: low byte used
+    quint16 vif = 0;                   // VIFToInt: written low byte first when two bytes long
+    quint16 appointment = 0;           // appointment code: low byte used
+    quint16 durationMs = 0;            // durationFromLineEdit, tauPulseInt
+    float weight = 0;                  // weightPulseFloat: quantity per pulse
+    float presetValue = 0;             // presetValue
 };
 
 // "12345678" -> 12 34 56 78. The text is right-justified to eight characters with "0" (a longer text is

@@ -19,7 +19,8 @@ QByteArray bytes(std::initializer_list<quint8> values)
 
 QByteArray informationRequest(quint8 address)
 {
-    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({frames::kReadConfiguration, 0x00}));
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend,
+                            bytes({frames::kReadConfiguration, 0x00}));
 }
 
 QByteArray setAddressFrame(quint8 address, quint8 newAddress)
@@ -51,7 +52,8 @@ QByteArray reportDayFrame(quint8 address, quint8 day)
 
 QByteArray clockWriteFrame(quint8 address, const MbusDateTimeEncoding &dateTime)
 {
-    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend, bytes({0x06, 0x6D}) + dateTime.bytes());
+    return frames::mbusLong(frames::kSndUd, address, frames::kCiDataSend,
+                            bytes({0x06, 0x6D}) + dateTime.bytes());
 }
 
 QByteArray probeFrame(quint8 address)

@@ -51,7 +51,9 @@ DataFile<UnitEntry> parseUnitFile(const QByteArray &utf8)
         bool isNumber = false;
         const uint vif = hex.toUInt(&isNumber, 16);
         if (!isNumber || (hex.size() != 2 && hex.size() != 4) || vif > 0xFFFF)
-            return {{}, lineFault(number, tr("VIF \"%1\" не один или два байта в шестнадцатеричном виде").arg(hex))};
+            return {
+                {},
+                lineFault(number, tr("VIF \"%1\" не один или два байта в шестнадцатеричном виде").arg(hex))};
         file.entries.append({columns.at(0).trimmed(), static_cast<quint16>(vif)});
     }
     if (file.entries.isEmpty())
@@ -81,17 +83,17 @@ DataFile<WeightEntry> parseWeightFile(const QByteArray &utf8)
 
 QVector<UnitEntry> builtInUnits()
 {
-    return {{tr("л"), 0x13},       {tr("м³"), 0x16},      {tr("Втч"), 0x03},    {tr("кВтч"), 0x06},
-            {tr("МВтч"), 0x01FB},  {tr("ВАРч"), 0x28FF},  {tr("кВАРч"), 0x02FB}, {tr("кДж"), 0x0B},
-            {tr("МДж"), 0x0E},     {tr("ГДж"), 0x09FB},   {tr("Мкал"), 0x0DFB}, {tr("имп"), 0x3AFD}};
+    return {{tr("л"), 0x13},      {tr("м³"), 0x16},     {tr("Втч"), 0x03},     {tr("кВтч"), 0x06},
+            {tr("МВтч"), 0x01FB}, {tr("ВАРч"), 0x28FF}, {tr("кВАРч"), 0x02FB}, {tr("кДж"), 0x0B},
+            {tr("МДж"), 0x0E},    {tr("ГДж"), 0x09FB},  {tr("Мкал"), 0x0DFB},  {tr("имп"), 0x3AFD}};
 }
 
 QStringList builtInWeights()
 {
-    return {tr("1 л/имп"),      tr("10 л/имп"),      tr("100 л/имп"),    tr("1000 л/имп"),  tr("1 ккал/имп"),
-            tr("10 ккал/имп"),  tr("100 ккал/имп"),  tr("1000 ккал/имп"), tr("1 Мкал/имп"), tr("10 Мкал/имп"),
-            tr("1 кВтч/имп"),   tr("10 кВтч/имп"),   tr("100 кВтч/имп"), tr("1 кДж/имп"),   tr("10 кДж/имп"),
-            tr("100 кДж/имп"),  tr("1 МДж/имп"),     tr("10 МДж/имп")};
+    return {tr("1 л/имп"),     tr("10 л/имп"),     tr("100 л/имп"),     tr("1000 л/имп"), tr("1 ккал/имп"),
+            tr("10 ккал/имп"), tr("100 ккал/имп"), tr("1000 ккал/имп"), tr("1 Мкал/имп"), tr("10 Мкал/имп"),
+            tr("1 кВтч/имп"),  tr("10 кВтч/имп"),  tr("100 кВтч/имп"),  tr("1 кДж/имп"),  tr("10 кДж/имп"),
+            tr("100 кДж/имп"), tr("1 МДж/имп"),    tr("10 МДж/имп")};
 }
 
 bool readDataFile(const QString &path, QByteArray *contents, QString *error)

@@ -8,16 +8,17 @@
 #include "sdk/tstringmap.h"
 
 #include <QByteArray>
-#include <QMap>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QMap>
 #include <QSerialPort>
 #include <QTimer>
 #include <QVector>
 #include <QWidget>
 #include <functional>
 
-namespace Ui {
+namespace Ui
+{
 class Form;
 }
 class DialogAuthorization;
@@ -350,7 +351,7 @@ private:
     bool noStartByte = false;
     bool waitDelayEdited = false;
     bool errorFlag = false;
-    int deviceWaits = 0; // nested waits of the running device command
+    int deviceWaits = 0;        // nested waits of the running device command
     QElapsedTimer requestClock; // started when the last request was written
     int answerStart = 0;        // lineBytes' size when the last request was written
 
@@ -371,8 +372,8 @@ private:
 
     // Channels
     device::ChannelRecord channelRecord;
-    QVector<device::UnitEntry> units;          // "data/ZORVA VIF.txt", or the built-in list
-    QVector<device::WeightEntry> weightLists; // "data/ZORVA1.txt"
+    QVector<device::UnitEntry> units;                     // "data/ZORVA VIF.txt", or the built-in list
+    QVector<device::WeightEntry> weightLists;             // "data/ZORVA1.txt"
     QMap<int, device::ChannelConfiguration> channelTable; // what each table row shows, by channel
     QTimer *timer;
 };

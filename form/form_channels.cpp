@@ -47,9 +47,11 @@ enum ChannelColumn {
 };
 
 const char *const kChannelHeaders[ChannelColumnCount] = {
-    "№",           "Назначение", "Среда", "Номер прибора", "Производитель", "Версия", "Единица",
-    "Вес импульса", "Длительность, мс", "Значение", "Импульсы", "Ошибки"};
-constexpr int kChannelColumnWidths[ChannelColumnCount] = {35, 170, 150, 110, 110, 70, 80, 110, 120, 100, 100, 160};
+    "№",        "Назначение", "Среда",        "Номер прибора",    "Производитель",
+    "Версия",   "Единица",    "Вес импульса", "Длительность, мс", "Значение",
+    "Импульсы", "Ошибки"};
+constexpr int kChannelColumnWidths[ChannelColumnCount] = {35, 170, 150, 110, 110, 70,
+                                                          80, 110, 120, 100, 100, 160};
 
 // The readings table of the channel page.
 constexpr int kReadingColumnWidths[] = {25, 100, 100};
@@ -68,8 +70,8 @@ constexpr int kComboChromePx = 40;
 
 bool isElectricityUnit(const QString &unit)
 {
-    return unit == QStringLiteral("Втч") || unit == QStringLiteral("кВтч") || unit == QStringLiteral("ВАРч") ||
-           unit == QStringLiteral("кВАРч");
+    return unit == QStringLiteral("Втч") || unit == QStringLiteral("кВтч") ||
+           unit == QStringLiteral("ВАРч") || unit == QStringLiteral("кВАРч");
 }
 
 // The weight as the engineer types it: a pulse constant for an electricity channel in an energy unit.
@@ -101,7 +103,8 @@ void Form::loadChannelDataFiles()
         unitFile.error = error;
     units = unitFile.error.isEmpty() ? unitFile.entries : device::builtInUnits();
     if (!unitFile.error.isEmpty())
-        logLine(tr("Список единиц: %1 (%2); взят встроенный список").arg(QLatin1String(kVifFile), unitFile.error));
+        logLine(tr("Список единиц: %1 (%2); взят встроенный список")
+                    .arg(QLatin1String(kVifFile), unitFile.error));
 
     device::DataFile<device::WeightEntry> weightFile;
     if (device::readDataFile(root.filePath(QLatin1String(kWeightFile)), &contents, &error))
@@ -110,7 +113,8 @@ void Form::loadChannelDataFiles()
         weightFile.error = error;
     weightLists = weightFile.entries;
     if (!weightFile.error.isEmpty())
-        logLine(tr("Веса импульса: %1 (%2); взят встроенный список").arg(QLatin1String(kWeightFile), weightFile.error));
+        logLine(tr("Веса импульса: %1 (%2); взят встроенный список")
+                    .arg(QLatin1String(kWeightFile), weightFile.error));
 
     fillUnitList();
     {
@@ -406,7 +410,8 @@ bool Form::channelWriteInputsOrWarn(const device::ChannelWriteChoice &choice)
         return false;
     }
     if (numberOfChannels == 0) {
-        showErrorBox(tr("Количество каналов прибора не известно: выполните «Чтение конфигурации ZORVA»"), this);
+        showErrorBox(tr("Количество каналов прибора не известно: выполните «Чтение конфигурации ZORVA»"),
+                     this);
         return false;
     }
     const bool electricity = channelRecord.deviceType == device::kMediumElectricity;
@@ -421,8 +426,9 @@ bool Form::channelWriteInputsOrWarn(const device::ChannelWriteChoice &choice)
     }
     const bool otherUnit = ui->comboBox_VIF->currentIndex() == ui->comboBox_VIF->count() - 1;
     if (choice.unit && otherUnit && !device::typedVif(ui->lineEdit_VIF->text())) {
-        showErrorBox(tr("VIF должен быть одним или двумя байтами в шестнадцатеричном виде, например 13 или FD3A"),
-                     this);
+        showErrorBox(
+            tr("VIF должен быть одним или двумя байтами в шестнадцатеричном виде, например 13 или FD3A"),
+            this);
         return false;
     }
     if (choice.duration && !device::typedDuration(ui->lineEdit_Duration->text())) {
@@ -475,7 +481,8 @@ void Form::writeChannelConfigurations(const QList<int> &channels, const device::
         }
         device::ChannelRecord record = channelRecord;
         record.channelNumber = qint16(channel);
-        const device::ConfigurationFrame write = device::configurationFrame(deviceAddress, record, choice, *fields);
+        const device::ConfigurationFrame write =
+            device::configurationFrame(deviceAddress, record, choice, *fields);
         for (const auto &[label, length] : write.lengthTrace)
             logLine(label, QString::number(length));
         beginExchange();
@@ -541,11 +548,13 @@ void Form::on_pushButton_WritePresetChannel_clicked()
     if (!chosenChannelOrWarn())
         return;
     const int channel = channelRecord.channelNumber;
-    if (!writeExpectingAck(device::presetFrame(deviceAddress, channelRecord), tr("Ошибка записи"), Wait::Channel)) {
+    if (!writeExpectingAck(device::presetFrame(deviceAddress, channelRecord), tr("Ошибка записи"),
+                           Wait::Channel)) {
         resultLine(tr("Канал %1: начальное значение не записано").arg(channel));
         return;
     }
-    reportDone(tr("Канал %1: начальное значение %2 записано").arg(channel).arg(double(channelRecord.presetValue)));
+    reportDone(
+        tr("Канал %1: начальное значение %2 записано").arg(channel).arg(double(channelRecord.presetValue)));
 }
 
 // ---- Reading channels back ----
@@ -704,8 +713,8 @@ bool Form::writeCounterOrWarn(int channel, quint32 counter)
 {
     beginExchange();
     const quint16 reg = device::registers::channelSettings(channel);
-    const QByteArray answer = writeRegisters(reg, device::registers::kPerChannel, device::counterWriteData(counter),
-                                             kCounterWritePauseMs);
+    const QByteArray answer = writeRegisters(reg, device::registers::kPerChannel,
+                                             device::counterWriteData(counter), kCounterWritePauseMs);
     const device::RegisterWriteCheck check =
         device::checkRegisterWriteAnswer(answer, reg, device::registers::kPerChannel);
     switch (check.fault) {
@@ -738,7 +747,8 @@ void Form::on_toolButton_writeNull_clicked()
     QStringList numbers;
     for (int channel : channels)
         numbers << QString::number(channel);
-    if (showConfirmationBox(tr("Обнулить показания каналов %1?").arg(numbers.join(QStringLiteral(", "))), this) != 0)
+    if (showConfirmationBox(tr("Обнулить показания каналов %1?").arg(numbers.join(QStringLiteral(", "))),
+                            this) != 0)
         return;
     for (int channel : channels) {
         if (!writeCounterOrWarn(channel, 0))
@@ -774,8 +784,8 @@ void Form::on_pushButton_SaveToFile_clicked()
         return;
     }
     QString name = chooseSaveFileName(this, tr("Сохранить как CSV"),
-                                      QDir::homePath() + QLatin1Char('/') + ui->lineEdit_SerialNumber->text() +
-                                          QStringLiteral("_channels.csv"),
+                                      QDir::homePath() + QLatin1Char('/') +
+                                          ui->lineEdit_SerialNumber->text() + QStringLiteral("_channels.csv"),
                                       tr("CSV Files (*.csv)"));
     if (name.isEmpty())
         return;
@@ -1058,7 +1068,7 @@ void Form::on_checkBox_2_clicked()
 void Form::on_checkBox_3_clicked()
 {
     const bool all = ui->checkBox_3->isChecked();
-    for (QCheckBox *box : {ui->checkBox_Appointment, ui->checkBox_Identificator, ui->checkBox_VIF, ui->checkBox_Weight,
-                           ui->checkBox_Duration, ui->checkBox_Manufacturer})
+    for (QCheckBox *box : {ui->checkBox_Appointment, ui->checkBox_Identificator, ui->checkBox_VIF,
+                           ui->checkBox_Weight, ui->checkBox_Duration, ui->checkBox_Manufacturer})
         box->setChecked(all);
 }

@@ -9,8 +9,8 @@
 #include "device/identification.h"
 #include "device/parameter_frames.h"
 #include "device/raw_command.h"
-#include "device/register_map.h"
 #include "device/register_answer.h"
+#include "device/register_map.h"
 #include "device/user_input.h"
 #include "form/busy_indicator.h"
 
@@ -199,7 +199,8 @@ void Form::on_pushButton_DateWrite_clicked()
 
     if (writeExpectingAck(device::clockWriteFrame(deviceAddress, e), tr("Ошибка записи данных"))) {
         vectorPortRead.clear();
-        reportDone(tr("Часы записаны: %1").arg(ui->dateTimeEdit->dateTime().toString(QLatin1String(kClockDisplayFormat))));
+        reportDone(tr("Часы записаны: %1")
+                       .arg(ui->dateTimeEdit->dateTime().toString(QLatin1String(kClockDisplayFormat))));
     }
 }
 

@@ -12,14 +12,14 @@
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QEvent>
 #include <QEventLoop>
 #include <QPushButton>
 #include <QSet>
-#include <QSpinBox>
-#include <QToolButton>
-#include <QEvent>
 #include <QSignalBlocker>
+#include <QSpinBox>
 #include <QTimer>
+#include <QToolButton>
 #include <cmath>
 
 // The exchange steps every device command is built from: begin (empty the answers, check the port),
@@ -78,8 +78,8 @@ void Form::guardCommandButtons()
                              QStringLiteral("pushButton_clearResult"),
                              QStringLiteral("pushButton_saveLog")};
     for (QAbstractButton *button : findChildren<QAbstractButton *>()) {
-        if (!live.contains(button->objectName()) && (qobject_cast<QPushButton *>(button) ||
-                                                     qobject_cast<QToolButton *>(button)))
+        if (!live.contains(button->objectName()) &&
+            (qobject_cast<QPushButton *>(button) || qobject_cast<QToolButton *>(button)))
             button->installEventFilter(this);
     }
 }
@@ -169,8 +169,9 @@ bool Form::writeExpectingAck(const QByteArray &frame, const QString &failText, W
 // The status line names the address that failed; the box keeps its own text.
 void Form::reportFailureAtAddress()
 {
-    ui->label_statusBar->setText(vectorPortRead.isEmpty() ? tr("Нет ответа от адреса %1").arg(deviceAddress)
-                                                          : tr("Неверный ответ от адреса %1").arg(deviceAddress));
+    ui->label_statusBar->setText(vectorPortRead.isEmpty()
+                                     ? tr("Нет ответа от адреса %1").arg(deviceAddress)
+                                     : tr("Неверный ответ от адреса %1").arg(deviceAddress));
 }
 
 // A command the device carried out says so in the status line and the result pane, without a box.
@@ -367,8 +368,8 @@ void Form::setUpFastExchange()
     ui->checkBox_fastExchange->setChecked(published.enabled);
     // The host keeps the choice in its settings: it reads it back from the application object.
     const auto publish = [this] {
-        exchange::publishFastExchange({ui->checkBox_fastExchange->isChecked(),
-                                       ui->spinBox_fastExchangeMargin->value()});
+        exchange::publishFastExchange(
+            {ui->checkBox_fastExchange->isChecked(), ui->spinBox_fastExchangeMargin->value()});
     };
     connect(ui->checkBox_fastExchange, &QCheckBox::toggled, this, publish);
     connect(ui->spinBox_fastExchangeMargin, QOverload<int>::of(&QSpinBox::valueChanged), this, publish);
@@ -407,11 +408,13 @@ void Form::waitFixedOrForAnswer(int pauseMs)
 
 void Form::fastCompletionWait(int firstBytePauseMs)
 {
-    const int capMs = exchange::kFirstByteTries * firstBytePauseMs + exchange::kSettlingTries * exchange::kPauseMs;
+    const int capMs =
+        exchange::kFirstByteTries * firstBytePauseMs + exchange::kSettlingTries * exchange::kPauseMs;
     // The channel variant's typed delay is a device's own wish for time: the window is at least that.
     const int firstByteMs = firstBytePauseMs > exchange::kPauseMs ? firstBytePauseMs : 0;
-    const exchange::AnswerWait::Outcome outcome =
-        waitForAnswer(capMs, firstByteMs, [this] { return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray(); });
+    const exchange::AnswerWait::Outcome outcome = waitForAnswer(capMs, firstByteMs, [this] {
+        return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray();
+    });
     const qint64 count = port->isOpen() ? port->bytesAvailable() : 0;
     logLine(tr("После ожидания первого байта bytes ="), QString::number(count));
     if (count > 0) {

@@ -8,8 +8,8 @@
 #include <QDir>
 #include <QFontDatabase>
 #include <QHBoxLayout>
-#include <QRegularExpressionValidator>
 #include <QPushButton>
+#include <QRegularExpressionValidator>
 #include <QSplitter>
 
 // What the page does for a newcomer beyond the commands themselves: a log pane that can be read and
@@ -58,25 +58,31 @@ void Form::setUpGuidance()
 
     // Bus addresses are typed as numbers 0..255 only.
     // (QIntValidator would let "256" through as a number still being typed.)
-    static const QRegularExpression kBusAddress(QStringLiteral("25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9]"));
-    for (QLineEdit *address : {ui->lineEdit_oneAddress, ui->lineEdit_AddressRangeStart, ui->lineEdit_AddressRangeEnd})
+    static const QRegularExpression kBusAddress(
+        QStringLiteral("25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9]"));
+    for (QLineEdit *address :
+         {ui->lineEdit_oneAddress, ui->lineEdit_AddressRangeStart, ui->lineEdit_AddressRangeEnd})
         address->setValidator(new QRegularExpressionValidator(kBusAddress, address));
 
     ui->pushButton_REQ_UD2->setToolTip(
         tr("Запросить у прибора телеграмму данных (REQ_UD2, EN 13757-2) и показать её расшифровку"));
-    ui->pushButton_numberHalfBytes->setToolTip(tr("Посчитать шестнадцатеричные цифры (полубайты) в поле «Команда»"));
+    ui->pushButton_numberHalfBytes->setToolTip(
+        tr("Посчитать шестнадцатеричные цифры (полубайты) в поле «Команда»"));
     ui->pushButton_sendCommand->setToolTip(
         tr("Послать кадр из поля «Команда» (шестнадцатеричные байты без контрольной суммы и 16)"));
-    ui->pushButton_readZorvaConfig->setToolTip(tr("Прочитать идентификацию, версию ПО, число каналов и часы прибора"));
-    ui->pushButton_readChannelsConfig->setToolTip(tr("Прочитать конфигурацию каналов в таблицу страницы «Каналы»"));
+    ui->pushButton_readZorvaConfig->setToolTip(
+        tr("Прочитать идентификацию, версию ПО, число каналов и часы прибора"));
+    ui->pushButton_readChannelsConfig->setToolTip(
+        tr("Прочитать конфигурацию каналов в таблицу страницы «Каналы»"));
     ui->pushButton_writeChannelsConfig->setToolTip(
         tr("Записать выбранные поля в каналы, отмеченные на странице «Каналы»"));
     ui->pushButton_connectToServer->setToolTip(
         tr("Отправить на сервер телеграммы последнего прочитанного журнала (доступно после авторизации)"));
 
     const QString noWork = tr("Прибор ZORVA не поддерживает эту настройку");
-    for (QWidget *unused : std::initializer_list<QWidget *>{ui->groupBox_Domen, ui->groupBox_Script,
-                                                            ui->pushButton_Transport, ui->pushButton_writeZorvaConfig}) {
+    for (QWidget *unused :
+         std::initializer_list<QWidget *>{ui->groupBox_Domen, ui->groupBox_Script, ui->pushButton_Transport,
+                                          ui->pushButton_writeZorvaConfig}) {
         unused->setEnabled(false);
         unused->setToolTip(noWork);
     }
@@ -84,8 +90,9 @@ void Form::setUpGuidance()
 
 void Form::saveExchangeLog()
 {
-    const QString name = chooseSaveFileName(this, tr("Сохранить журнал обмена"), QDir::homePath() + QStringLiteral("/zorva-log.txt"),
-                                            tr("Текст (*.txt)"));
+    const QString name =
+        chooseSaveFileName(this, tr("Сохранить журнал обмена"),
+                           QDir::homePath() + QStringLiteral("/zorva-log.txt"), tr("Текст (*.txt)"));
     if (name.isEmpty())
         return;
     QString error;

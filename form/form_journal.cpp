@@ -15,8 +15,8 @@
 
 #include <QDebug>
 #include <QDir>
-#include <QHeaderView>
 #include <QElapsedTimer>
+#include <QHeaderView>
 #include <iterator>
 
 // The journal page: the summary, the readout telegram by telegram into the table, clearing, export.
@@ -229,7 +229,8 @@ QByteArray Form::collectJournalTelegram()
     // the answer; what arrived is then judged below exactly as the polls judge it.
     const bool fast = fastExchange();
     if (fast)
-        waitForAnswer(kTelegramMaxMs, 0, [this] { return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray(); });
+        waitForAnswer(kTelegramMaxMs, 0,
+                      [this] { return port->isOpen() ? port->peek(port->bytesAvailable()) : QByteArray(); });
     while (port->isOpen() && waited.elapsed() < kTelegramMaxMs) {
         if (!fast)
             waitForDevice(kTelegramPollMs);

@@ -138,4 +138,3 @@ void Form::packetMakeToWrite(quint8 deviceAddress, quint8 command, quint16 regAd
     qCDebug(lcLink) << "lo_crc" << quint8(packet.at(packet.size() - 2)) << "hi_crc"
                     << quint8(packet.at(packet.size() - 1));
 }
-

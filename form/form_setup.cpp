@@ -11,7 +11,8 @@
 #include <QLabel>
 #include <iterator>
 
-namespace {
+namespace
+{
 
 constexpr int kFormFontPointSize = 13;
 constexpr int kDomainMaxLength = 64;
@@ -30,20 +31,18 @@ QByteArray numberedSlot(const char *prefix, int number)
     return QByteArray("1") + prefix + QByteArray::number(number) + "(int)";
 }
 
-struct SpeedItem
-{
+struct SpeedItem {
     const char *text;
     quint8 code;
 };
 constexpr SpeedItem kSpeeds[] = {{"1200", 0xBA}, {"2400", 0xBB}, {"4800", 0xBC}, {"9600", 0xBD}};
 
-struct MediumItem
-{
+struct MediumItem {
     const char *text;
     quint8 code;
 };
-constexpr MediumItem kMedia[] = {{"EM Электричество", 0x02}, {"GM Газ", 0x03},
-                                 {"HM Тепло", 0x04},         {"WM Вода", 0x07},
+constexpr MediumItem kMedia[] = {{"EM Электричество", 0x02},  {"GM Газ", 0x03},
+                                 {"HM Тепло", 0x04},          {"WM Вода", 0x07},
                                  {"CWM Холодная вода", 0x16}, {"WWM Горячая вода", 0x06}};
 
 const char *const kAppointments[] = {"Не подключен", "Импульсный счетный вход", "Импульсный аварийный вход",
@@ -89,9 +88,10 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
     // each wired to its own numbered slot.
     auto *checkLayout = qobject_cast<QGridLayout *>(ui->widget_channelCheckBoxes->layout());
     // Two rows of eight for each kind, so the page fits a 1366-pixel screen.
-    checkLayout->addWidget(new QLabel(tr("Запись и обнуление:"), ui->widget_channelCheckBoxes), 0, 0, 1, kBoxesPerRow);
-    checkLayout->addWidget(new QLabel(tr("Чтение в таблицу (ни одного: все):"), ui->widget_channelCheckBoxes), 3, 0, 1,
+    checkLayout->addWidget(new QLabel(tr("Запись и обнуление:"), ui->widget_channelCheckBoxes), 0, 0, 1,
                            kBoxesPerRow);
+    checkLayout->addWidget(new QLabel(tr("Чтение в таблицу (ни одного: все):"), ui->widget_channelCheckBoxes),
+                           3, 0, 1, kBoxesPerRow);
     for (int i = 0; i < kChannelCheckBoxes; ++i) {
         const QString number = QString::number(i + 1);
         auto *channelBox = new QCheckBox(number, ui->widget_channelCheckBoxes);
@@ -106,10 +106,10 @@ Form::Form(QWidget *parent) : QWidget(parent), ui(new Ui::Form)
         connect(parameterBox, SIGNAL(stateChanged(int)), this, numberedSlot("slotCheckBoxPar", i + 1));
     }
 
-    for (QLineEdit *field : {ui->lineEdit_SerialNumber, ui->lineEdit_Performance, ui->lineEdit_VersionPO,
-                             ui->lineEdit_IdentityPO, ui->lineEdit_Rate, ui->lineEdit_manufacturerZorva,
-                             ui->lineEdit_codePO, ui->lineEdit_versionZorva, ui->lineEdit_assemblyNumber,
-                             ui->lineEdit_numberChannels})
+    for (QLineEdit *field :
+         {ui->lineEdit_SerialNumber, ui->lineEdit_Performance, ui->lineEdit_VersionPO,
+          ui->lineEdit_IdentityPO, ui->lineEdit_Rate, ui->lineEdit_manufacturerZorva, ui->lineEdit_codePO,
+          ui->lineEdit_versionZorva, ui->lineEdit_assemblyNumber, ui->lineEdit_numberChannels})
         field->setStyleSheet(QLatin1String(kReadOnlyStyle));
 
     setUpGuidance();
@@ -204,6 +204,4 @@ void Form::on_pushButton_clearTextBrowser_clicked()
 }
 
 // The periodic timer is not started by any command yet; a tick has nothing to do.
-void Form::slotTmerAltEvent()
-{
-}
+void Form::slotTmerAltEvent() {}

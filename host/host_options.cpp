@@ -12,13 +12,15 @@ HostOptions::HostOptions(const QDir &root, const QString &savedModulesDir)
                QStringLiteral("Run a simulated ZORVA device and, unless --server or VELMORA_SERVER_URL "
                               "names one, a local metering server.")),
       simAddress(QStringLiteral("sim-address"),
-                 QStringLiteral("Primary address of the simulated device, 0..250."), QStringLiteral("address"),
-                 QStringLiteral("1")),
-      fastExchange(QStringLiteral("fast-exchange"),
-                   QStringLiteral("Start the configurator with fast exchange ticked: answers are taken as soon as "
-                                  "they are whole, silence ends at EN 13757-2's answer window (remembered)."))
+                 QStringLiteral("Primary address of the simulated device, 0..250."),
+                 QStringLiteral("address"), QStringLiteral("1")),
+      fastExchange(
+          QStringLiteral("fast-exchange"),
+          QStringLiteral("Start the configurator with fast exchange ticked: answers are taken as soon as "
+                         "they are whole, silence ends at EN 13757-2's answer window (remembered)."))
 {
-    parser.setApplicationDescription(QStringLiteral("Standalone host for the ZORVA M-Bus configurator module."));
+    parser.setApplicationDescription(
+        QStringLiteral("Standalone host for the ZORVA M-Bus configurator module."));
     parser.addHelpOption();
     parser.addOptions({modules, server, simulate, simAddress, fastExchange});
 }

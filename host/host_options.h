@@ -5,8 +5,7 @@
 #include <QDir>
 
 // The host's command line. Defaults come from the installed tree (root) and the saved settings.
-struct HostOptions
-{
+struct HostOptions {
     explicit HostOptions(const QDir &root, const QString &savedModulesDir);
 
     QCommandLineParser parser;

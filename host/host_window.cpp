@@ -4,9 +4,9 @@
 
 #include <QDebug>
 #include <QGuiApplication>
-#include <QScreen>
 #include <QLabel>
 #include <QProgressBar>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTabWidget>
 

@@ -7,7 +7,8 @@
 class QLabel;
 class QProgressBar;
 class QTabWidget;
-namespace module {
+namespace module
+{
 class Interface;
 }
 

@@ -16,7 +16,8 @@
 #include <QSettings>
 #include <cstdio>
 
-namespace {
+namespace
+{
 
 QDir installRoot()
 {
@@ -57,8 +58,10 @@ int main(int argc, char *argv[])
     // Fast exchange reaches the module's page through the application object; the page publishes
     // every change there, and what it holds at exit is remembered for the next start.
     exchange::FastExchangeSettings fast;
-    fast.enabled = parser.isSet(options.fastExchange) || settings.value(QStringLiteral("fastExchange")).toBool();
-    fast.marginMs = settings.value(QStringLiteral("fastExchangeMarginMs"), exchange::kDefaultMarginMs).toInt();
+    fast.enabled =
+        parser.isSet(options.fastExchange) || settings.value(QStringLiteral("fastExchange")).toBool();
+    fast.marginMs =
+        settings.value(QStringLiteral("fastExchangeMarginMs"), exchange::kDefaultMarginMs).toInt();
     exchange::publishFastExchange(fast);
 
     ServerEmulation serverEmulation;

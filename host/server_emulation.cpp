@@ -5,7 +5,8 @@
 #include <QDir>
 #include <QStandardPaths>
 
-namespace {
+namespace
+{
 
 const char *const kBaseAddressVariable = "VELMORA_SERVER_URL";
 

@@ -57,7 +57,8 @@ AnswerCheck checkRegisterAnswer(const ExpectedAnswer &expected, const QByteArray
         const bool read = function == frames::kReadRegisters;
         if (read && i + 2 < bytes.size() && at(bytes, i + 2) != 2 * expected.count)
             continue;
-        const frames::FrameCheck check = frames::checkRegisterAnswer(bytes.mid(i), expected.function, expected.count);
+        const frames::FrameCheck check =
+            frames::checkRegisterAnswer(bytes.mid(i), expected.function, expected.count);
         switch (check.state) {
         case frames::Completeness::Complete:
             return {AnswerState::Complete, i, check.frameLength};
@@ -133,13 +134,15 @@ AnswerTiming answerTiming(int baud, int requestBytes, int marginMs)
 {
     const double bitMs = 1000.0 / (baud > 0 ? baud : kSlowestBaud);
     AnswerTiming timing;
-    timing.windowMs = wireMs(requestBytes, baud) + kAnswerWindowBits * bitMs + kAnswerWindowExtraMs + marginMs;
+    timing.windowMs =
+        wireMs(requestBytes, baud) + kAnswerWindowBits * bitMs + kAnswerWindowExtraMs + marginMs;
     timing.gapMs = std::max<double>(kMinGapMs, kGapCharacters * kBitsPerCharacter * bitMs + marginMs);
     return timing;
 }
 
 AnswerWait::AnswerWait(const ExpectedAnswer &expected, const AnswerTiming &timing, int capMs)
-    : m_expected(expected), m_timing(timing), m_capMs(capMs), m_deadlineMs(std::min<double>(timing.windowMs, capMs))
+    : m_expected(expected), m_timing(timing), m_capMs(capMs),
+      m_deadlineMs(std::min<double>(timing.windowMs, capMs))
 {
 }
 

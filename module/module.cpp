@@ -4,13 +4,9 @@
 #include "form/form.h"
 
 Module::Module(QObject *parent)
-    : QObject(parent),
-      m_name(tr("mod_configzorvaMbus")),
-      m_version(tr("0.0.1")),
+    : QObject(parent), m_name(tr("mod_configzorvaMbus")), m_version(tr("0.0.1")),
       m_description(tr("Модуль для работы с ZORVA. Опрос и управление приборами.")),
-      m_group(tr("Конфигураторы")),
-      m_title(tr("Конфигуратор ZORVA MBus")),
-      m_author(tr("Команда ZORVA"))
+      m_group(tr("Конфигураторы")), m_title(tr("Конфигуратор ZORVA MBus")), m_author(tr("Команда ZORVA"))
 {
 }
 

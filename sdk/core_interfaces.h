@@ -33,11 +33,11 @@ protected:
 class CoreNetworkInterface : public CommonCoreModIface
 {
 public:
-    virtual void beginRequest(const QString &command) = 0;                        // slot 0
-    virtual void addField(const QString &name, const QString &value) = 0;         // slot 1
-    virtual bool send(int mode, int flags, const QString &script) = 0;            // slot 2
-    virtual QString lastError() const = 0;                                        // slot 3
-    virtual QString serverBaseAddress() const = 0;                                // slot 4
+    virtual void beginRequest(const QString &command) = 0;                // slot 0
+    virtual void addField(const QString &name, const QString &value) = 0; // slot 1
+    virtual bool send(int mode, int flags, const QString &script) = 0;    // slot 2
+    virtual QString lastError() const = 0;                                // slot 3
+    virtual QString serverBaseAddress() const = 0;                        // slot 4
 
 protected:
     ~CoreNetworkInterface() = default;
@@ -52,8 +52,7 @@ Q_DECLARE_INTERFACE(CoreNetworkInterface, CoreNetworkInterface_iid)
 
 // Looks a service up in the module table and casts its root object to the interface;
 // null when the module is missing or does not implement it.
-template <class Service>
-Service *findCoreService(const TModuleMap &modules, const QString &name)
+template <class Service> Service *findCoreService(const TModuleMap &modules, const QString &name)
 {
     QPluginLoader *loader = modules.value(name, nullptr);
     if (!loader)

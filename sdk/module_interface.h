@@ -11,7 +11,8 @@
 
 class QWidget;
 
-namespace module {
+namespace module
+{
 
 class Interface
 {
@@ -19,7 +20,7 @@ public:
     virtual bool isModule() const = 0;                      // slot 0
     virtual QString name() const = 0;                       // slot 1
     virtual QString author() const = 0;                     // slot 2
-    virtual QString description() const = 0;               // slot 3
+    virtual QString description() const = 0;                // slot 3
     virtual QString version() const = 0;                    // slot 4
     virtual QString iconName() const = 0;                   // slot 5
     virtual QString title() const = 0;                      // slot 6

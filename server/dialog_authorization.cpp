@@ -1,7 +1,8 @@
 #include "server/dialog_authorization.h"
 #include "ui_dialog_authorization.h"
 
-namespace {
+namespace
+{
 
 const char *const kErrorStyle = "QLabel {color: red}";
 const char *const kSuccessStyle = "QLabel {color: green}";

@@ -3,9 +3,11 @@
 #include <QCoreApplication>
 #include <iterator>
 
-namespace server {
+namespace server
+{
 
-namespace {
+namespace
+{
 
 struct CodeRow {
     int code;

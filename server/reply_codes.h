@@ -11,7 +11,8 @@
 #include <QString>
 #include <optional>
 
-namespace server {
+namespace server
+{
 
 constexpr int kCodeOffset = 21;
 constexpr int kCodeLength = 3;

@@ -1,8 +1,10 @@
 #include "server/upload_request.h"
 
-namespace upload {
+namespace upload
+{
 
-namespace {
+namespace
+{
 
 const QByteArray kCrLf = QByteArrayLiteral("\r\n");
 

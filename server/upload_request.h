@@ -19,7 +19,8 @@
 #include <QString>
 #include <QUrl>
 
-namespace upload {
+namespace upload
+{
 
 constexpr char kBoundary[] = "Config999";
 constexpr char kScript[] = "bin/velmora.cgi";

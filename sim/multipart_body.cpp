@@ -2,9 +2,11 @@
 
 #include <QList>
 
-namespace emulator {
+namespace emulator
+{
 
-namespace {
+namespace
+{
 
 const QByteArray kCrLf = QByteArrayLiteral("\r\n");
 const QByteArray kHeaderEnd = QByteArrayLiteral("\r\n\r\n");

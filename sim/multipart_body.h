@@ -8,7 +8,8 @@
 #include <QByteArray>
 #include <QVector>
 
-namespace emulator {
+namespace emulator
+{
 
 struct Part {
     QByteArray name; // from Content-Disposition: form-data; name="..."

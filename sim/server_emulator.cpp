@@ -13,7 +13,8 @@
 #include <thread>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 constexpr char kLoopback[] = "127.0.0.1";
 constexpr char kAnswerType[] = "text/xml; charset=utf-8";

@@ -26,7 +26,7 @@ public:
         QString script;
         QString login; // login script: the Login field as received
         int resultCode = 0;
-        QString storedFile; // upload script: the file the accepted DATA went to
+        QString storedFile;  // upload script: the file the accepted DATA went to
         QString decodedFile; // upload script: beside it, the telegrams read as JSON (sim/upload_decoding.h)
     };
 

@@ -3,9 +3,11 @@
 #include "link/frames.h"
 #include "server/reply_codes.h"
 
-namespace emulator {
+namespace emulator
+{
 
-namespace {
+namespace
+{
 
 bool isDecimal(const QByteArray &text)
 {

@@ -12,7 +12,8 @@
 #include <QString>
 #include <QVector>
 
-namespace emulator {
+namespace emulator
+{
 
 constexpr char kLoginScript[] = "/client.cgi";
 constexpr char kUploadScript[] = "/bin/velmora.cgi";

@@ -8,7 +8,8 @@
 #include <QDir>
 #include <cstdio>
 
-namespace {
+namespace
+{
 
 constexpr quint16 kDefaultPort = 8080;
 const char *const kDefaultUsers = "engineer:zorva";

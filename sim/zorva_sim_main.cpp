@@ -49,10 +49,10 @@ int main(int argc, char *argv[])
         QStringLiteral("fault"),
         QStringLiteral("Fault in every answer: %1.").arg(sim::faultNames().join(QStringLiteral(", "))),
         QStringLiteral("name"));
-    const QCommandLineOption turnaroundOption(
-        QStringLiteral("turnaround"),
-        QStringLiteral("Pause before answering, ms (default %1).").arg(sim::DeviceSimulator::kDefaultTurnaroundMs),
-        QStringLiteral("ms"));
+    const QCommandLineOption turnaroundOption(QStringLiteral("turnaround"),
+                                              QStringLiteral("Pause before answering, ms (default %1).")
+                                                  .arg(sim::DeviceSimulator::kDefaultTurnaroundMs),
+                                              QStringLiteral("ms"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Print every request and answer on stderr."));
     parser.addOptions({linkOption, addressOption, versionOption, speedOption, stateOption, faultOption,
@@ -89,8 +89,8 @@ int main(int argc, char *argv[])
     if (parser.isSet(faultOption)) {
         sim::Fault fault = sim::Fault::None;
         if (!sim::faultFromName(parser.value(faultOption), &fault))
-            return fail(
-                QStringLiteral("unknown fault; one of: %1").arg(sim::faultNames().join(QStringLiteral(", "))));
+            return fail(QStringLiteral("unknown fault; one of: %1")
+                            .arg(sim::faultNames().join(QStringLiteral(", "))));
         device.setFault(fault, true);
     }
     if (parser.isSet(turnaroundOption)) {

@@ -12,7 +12,8 @@
 #include <QTimer>
 #include <QUrl>
 
-namespace {
+namespace
+{
 
 const char *const kBaseAddressVariable = "VELMORA_SERVER_URL";
 // zorva-server-sim's default port.

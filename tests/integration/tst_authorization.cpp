@@ -13,7 +13,8 @@
 enum class Server { Emulator, NoNetworkService, Down };
 Q_DECLARE_METATYPE(Server)
 
-namespace {
+namespace
+{
 
 template <class T> T *child(QWidget *parent, const char *name)
 {

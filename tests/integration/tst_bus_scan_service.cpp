@@ -270,7 +270,8 @@ void TestBusScanService::reqUd2()
     const QString answer = QStringLiteral("answer.toHex() ") + QString::fromLatin1(f.sim().sent().toHex(' '));
     QCOMPARE(lines.value(1), fault == sim::Fault::Silence ? QStringLiteral("Нет ответа") : answer);
     // Then the telegram in words.
-    QCOMPARE(lines.contains(QStringLiteral("Идентификационный номер: 20261122")), fault != sim::Fault::Silence);
+    QCOMPARE(lines.contains(QStringLiteral("Идентификационный номер: 20261122")),
+             fault != sim::Fault::Silence);
 }
 
 QTEST_MAIN(TestBusScanService)

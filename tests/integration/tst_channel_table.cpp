@@ -43,8 +43,9 @@ private:
 namespace
 {
 
-const QString kWaterRow = QStringLiteral("1|Счетный вход намур|Вода (счетчик)|12345678|ZRV|2|л|10|50|123.5|4711|"
-                                         "обрыв линии, срабатывание аварийного входа");
+const QString kWaterRow =
+    QStringLiteral("1|Счетный вход намур|Вода (счетчик)|12345678|ZRV|2|л|10|50|123.5|4711|"
+                   "обрыв линии, срабатывание аварийного входа");
 const QString kElectricityRow =
     QStringLiteral("2|Счётн.|Электричество (счетчик)|00000042|ABC|9|кВтч|0.001|20|7|65541|Нет");
 
@@ -130,15 +131,17 @@ void TestChannelTable::readings_data()
     QTest::addColumn<QString>("box");
     QTest::addColumn<QString>("status");
     QTest::addColumn<int>("rows");
-    QTest::newRow("both channels") << "" << QStringList{"1", "4711", "123.5"} << QStringList{"2", "65541", "10"}
-                                   << "" << "" << 4;
+    QTest::newRow("both channels") << "" << QStringList{"1", "4711", "123.5"}
+                                   << QStringList{"2", "65541", "10"} << ""
+                                   << "" << 4;
     QTest::newRow("values never come") << "values silent" << QStringList{"1", "4711", "<none>"}
                                        << QStringList{"2", "65541", "<none>"} << "Ошибка чтения данных"
                                        << "Чтение показаний каналов" << 4;
     QTest::newRow("port closed") << "close" << QStringList{"<none>", "<none>", "<none>"}
                                  << QStringList{"<none>", "<none>", "<none>"} << "Порт закрыт"
                                  << "Чтение показаний каналов" << 4;
-    QTest::newRow("no channels") << "unknown version" << QStringList() << QStringList() << "" << "" << 0;
+    QTest::newRow("no channels") << "unknown version" << QStringList() << QStringList() << ""
+                                 << "" << 0;
 }
 
 void TestChannelTable::readings()
@@ -191,7 +194,8 @@ void TestChannelTable::zeroingAndPulseWrite()
 
     f->boxes().answers = {0}; // "Да"
     f->w<QAbstractButton>("toolButton_writeNull")->click();
-    QCOMPARE(f->boxes().texts(), (QStringList{"Обнулить показания каналов 1, 2?", "Обнулить показания каналов 1, 2?"}));
+    QCOMPARE(f->boxes().texts(),
+             (QStringList{"Обнулить показания каналов 1, 2?", "Обнулить показания каналов 1, 2?"}));
     QCOMPARE(f->sim().requests().at(0), QByteArray::fromHex("01102000000204000000006A6E")); // 8190 + 2·1
     QCOMPARE(f->sim().model().channels[0].counter, 0u);
     QCOMPARE(f->sim().model().channels[1].counter, 0u);
@@ -210,7 +214,8 @@ void TestChannelTable::zeroingAndPulseWrite()
         f->w<QLineEdit>("lineEdit_value")->setText(bad);
         f->w<QAbstractButton>("pushButton_PulseWrite")->click();
     }
-    QCOMPARE(f->boxes().texts(), QVector<QString>(3, "Число импульсов должно быть целым числом от 0 до 4294967295").toList());
+    QCOMPARE(f->boxes().texts(),
+             QVector<QString>(3, "Число импульсов должно быть целым числом от 0 до 4294967295").toList());
     QVERIFY(f->sim().requests().isEmpty());
 }
 
@@ -232,8 +237,10 @@ void TestChannelTable::csvSave_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("written");
-    QTest::newRow("extension added") << "config" << "config.csv";
-    QTest::newRow("extension in capitals kept") << "config.CSV" << "config.CSV";
+    QTest::newRow("extension added") << "config"
+                                     << "config.csv";
+    QTest::newRow("extension in capitals kept") << "config.CSV"
+                                                << "config.CSV";
 }
 
 void TestChannelTable::csvSave()
@@ -303,7 +310,8 @@ void TestChannelTable::failedSaveKeepsTheOldFile()
     setrlimit(RLIMIT_FSIZE, &previous);
     f->w<QAbstractButton>("pushButton_SaveToFile")->click();
 
-    QCOMPARE(f->boxes().texts().join(" / "), QStringLiteral("Не удалось создать файл! / Не удалось создать файл!"));
+    QCOMPARE(f->boxes().texts().join(" / "),
+             QStringLiteral("Не удалось создать файл! / Не удалось создать файл!"));
     QVERIFY(old.open(QIODevice::ReadOnly));
     QCOMPARE(old.readAll(), QByteArray("old table\n"));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"channels.csv"});

@@ -87,10 +87,11 @@ void TestChannels::configureChannel5AndReadItBack()
     f->w<QAbstractButton>("pushButton_WriteOneReg")->click();
 
     QVERIFY2(f->boxes().boxes.isEmpty(), qPrintable(f->boxes().texts().join("; ")));
-    QCOMPARE(f->sim().requests(),
-             (QList<QByteArray>{hex("680505685301517F052916"),
-                                hex("6826266853015187C080407978563412566A030705FF1E0AD7233C05160000000002FF1D64"
-                                    "0001FF1F022316")}));
+    QCOMPARE(
+        f->sim().requests(),
+        (QList<QByteArray>{hex("680505685301517F052916"),
+                           hex("6826266853015187C080407978563412566A030705FF1E0AD7233C05160000000002FF1D64"
+                               "0001FF1F022316")}));
     const sim::ChannelState &c = f->sim().model().channels[4];
     QCOMPARE(c.identification, 0x12345678u);
     QCOMPARE(c.manufacturer, quint16(0x6A56));
@@ -164,8 +165,8 @@ void TestChannels::unitOnlyKeepsTheReadingAndElectricityTicksTheWeight()
     QVERIFY2(f->boxes().boxes.isEmpty(), qPrintable(f->boxes().texts().join("; ")));
     QVERIFY(f->w<QCheckBox>("checkBox_Weight")->isChecked());
     QCOMPARE(c.vif, quint16(0x06));
-    QCOMPARE(c.value, 1234.5f);  // the unit record carried the device's own reading back
-    QCOMPARE(c.weight, 0.001f);  // 1000 pulses per kWh
+    QCOMPARE(c.value, 1234.5f);       // the unit record carried the device's own reading back
+    QCOMPARE(c.weight, 0.001f);       // 1000 pulses per kWh
     QCOMPARE(c.medium, quint8(0x07)); // identification unticked: the device's own medium
 }
 
@@ -174,19 +175,29 @@ void TestChannels::failures_data()
     QTest::addColumn<QString>("setup");
     QTest::addColumn<QString>("box");
     QTest::addColumn<int>("requests");
-    QTest::newRow("port closed") << "close" << "Порт закрыт" << 0;
-    QTest::newRow("no device number") << "number" << "Не введён номер прибора" << 0;
-    QTest::newRow("no manufacturer") << "manufacturer" << "Не введён производитель" << 0;
-    QTest::newRow("no weight") << "weight" << "Не введён вес" << 0;
-    QTest::newRow("port closed before an empty number") << "close number" << "Порт закрыт" << 0;
-    QTest::newRow("electricity constant 0") << "electricity0" << "Постоянная счетчика должна быть числом, отличным от нуля"
-                                            << 0;
-    QTest::newRow("VIF typed not hex") << "otherVif" << "VIF должен быть одним или двумя байтами в шестнадцатеричном "
-                                                        "виде, например 13 или FD3A"
+    QTest::newRow("port closed") << "close"
+                                 << "Порт закрыт" << 0;
+    QTest::newRow("no device number") << "number"
+                                      << "Не введён номер прибора" << 0;
+    QTest::newRow("no manufacturer") << "manufacturer"
+                                     << "Не введён производитель" << 0;
+    QTest::newRow("no weight") << "weight"
+                               << "Не введён вес" << 0;
+    QTest::newRow("port closed before an empty number") << "close number"
+                                                        << "Порт закрыт" << 0;
+    QTest::newRow("electricity constant 0")
+        << "electricity0"
+        << "Постоянная счетчика должна быть числом, отличным от нуля" << 0;
+    QTest::newRow("VIF typed not hex") << "otherVif"
+                                       << "VIF должен быть одним или двумя байтами в шестнадцатеричном "
+                                          "виде, например 13 или FD3A"
                                        << 0;
-    QTest::newRow("silent fetch") << "silentFetch" << "Ошибка чтения данных" << 1;
-    QTest::newRow("write not acknowledged") << "silentWrite" << "Ошибка записи" << 2;
-    QTest::newRow("nothing ticked") << "untick" << "" << 0;
+    QTest::newRow("silent fetch") << "silentFetch"
+                                  << "Ошибка чтения данных" << 1;
+    QTest::newRow("write not acknowledged") << "silentWrite"
+                                            << "Ошибка записи" << 2;
+    QTest::newRow("nothing ticked") << "untick"
+                                    << "" << 0;
 }
 
 void TestChannels::failures()

@@ -136,7 +136,8 @@ void TestCoreNetwork::replies_data()
         << answer << RawHttpServer::okResponse(RawHttpServer::resultBody("040"))
         << QStringLiteral("Параметр CompanyId не найден.");
     QTest::newRow("\"000\" in a 6 MiB body")
-        << answer << RawHttpServer::okResponse(RawHttpServer::resultBody("000") + QByteArray(6 * 1024 * 1024, '.'))
+        << answer
+        << RawHttpServer::okResponse(RawHttpServer::resultBody("000") + QByteArray(6 * 1024 * 1024, '.'))
         << QString();
     QTest::newRow("HTTP 404") << answer << QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n")
                               << kLinkError;

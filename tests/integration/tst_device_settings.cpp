@@ -182,11 +182,13 @@ void TestDeviceSettings::command_data()
     const QString clockAt1 = QStringLiteral("01030008000245c9");
     const QString readError = QStringLiteral("Ошибка чтения данных");
     const Settings clock65536{{"sim.clock", QDateTime::fromSecsSinceEpoch(65536, Qt::UTC)}};
-    for (sim::Fault fault : {sim::Fault::None, sim::Fault::WrongChecksum}) // a wrong CRC is taken as it stands
+    for (sim::Fault fault :
+         {sim::Fault::None, sim::Fault::WrongChecksum}) // a wrong CRC is taken as it stands
         QTest::addRow("clock read, 65536 s, %s", qPrintable(sim::faultName(fault)))
             << dateRead << clock65536 << fault << clockAt1 << QString()
             << Settings{{"dateTimeEdit", "01.01.1970 18:12:16"}};
-    for (sim::Fault fault : {sim::Fault::Silence, sim::Fault::ExceptionAnswer, sim::Fault::NoiseBeforeAnswer, sim::Fault::SplitAnswer})
+    for (sim::Fault fault : {sim::Fault::Silence, sim::Fault::ExceptionAnswer, sim::Fault::NoiseBeforeAnswer,
+                             sim::Fault::SplitAnswer})
         QTest::addRow("clock read, %s", qPrintable(sim::faultName(fault)))
             << dateRead << Settings{{"dateTimeEdit", QDateTime(QDate(2003, 2, 1), QTime(4, 5, 6))}} << fault
             << clockAt1 << readError << Settings{{"dateTimeEdit", "01.02.2003 04:05:06"}};
@@ -283,8 +285,8 @@ void TestDeviceSettings::command_data()
                                                   << QStringLiteral("Номер не введён") << Settings();
     for (const QString &button : {info, dateRead, dateWrite, addressWrite, dayWrite})
         QTest::addRow("closed port, %s", qPrintable(button))
-            << button << Settings{{"port.closed", 1}, {"lineEdit_reportDay", "25"}} << sim::Fault::None << nothing
-            << QStringLiteral("Порт закрыт") << Settings();
+            << button << Settings{{"port.closed", 1}, {"lineEdit_reportDay", "25"}} << sim::Fault::None
+            << nothing << QStringLiteral("Порт закрыт") << Settings();
 }
 
 void TestDeviceSettings::command()

@@ -21,7 +21,8 @@ namespace
 {
 
 const QStringList kResultFields{QStringLiteral("lineEdit_SerialNumber"), QStringLiteral("lineEdit_VersionPO"),
-                                QStringLiteral("lineEdit_numberChannels"), QStringLiteral("lineEdit_reportDay"),
+                                QStringLiteral("lineEdit_numberChannels"),
+                                QStringLiteral("lineEdit_reportDay"),
                                 QStringLiteral("lineEdit_CurrentNetAddress")};
 
 struct Run {
@@ -91,10 +92,12 @@ void TestFastExchange::sameResultAsDocumented_data()
     const QString info = QStringLiteral("pushButton_readZorvaConfig");
     const QString address = QStringLiteral("pushButton_ReadCurrentNetAddress");
     QTest::newRow("information, clean") << info << sim::Fault::None << QString();
-    QTest::newRow("information, split into reads with short gaps") << info << sim::Fault::SplitAnswer << QString();
-    QTest::newRow("information, noise before the answer") << info << sim::Fault::NoiseBeforeAnswer << QString();
-    QTest::newRow("information, application error answer") << info << sim::Fault::ExceptionAnswer
-                                                           << QStringLiteral("Неверная длина ответа");
+    QTest::newRow("information, split into reads with short gaps")
+        << info << sim::Fault::SplitAnswer << QString();
+    QTest::newRow("information, noise before the answer")
+        << info << sim::Fault::NoiseBeforeAnswer << QString();
+    QTest::newRow("information, application error answer")
+        << info << sim::Fault::ExceptionAnswer << QStringLiteral("Неверная длина ответа");
     QTest::newRow("information, wrong checksum") << info << sim::Fault::WrongChecksum << QStringLiteral("*");
     QTest::newRow("information, silence") << info << sim::Fault::Silence << QStringLiteral("Нет ответа");
     QTest::newRow("address register, split into reads with short gaps")
@@ -103,7 +106,8 @@ void TestFastExchange::sameResultAsDocumented_data()
         << address << sim::Fault::NoiseBeforeAnswer << QStringLiteral("Ошибка чтения данных");
     QTest::newRow("address register, exception answer")
         << address << sim::Fault::ExceptionAnswer << QStringLiteral("Ошибка чтения данных");
-    QTest::newRow("address register, silence") << address << sim::Fault::Silence << QStringLiteral("Ошибка чтения данных");
+    QTest::newRow("address register, silence")
+        << address << sim::Fault::Silence << QStringLiteral("Ошибка чтения данных");
 }
 
 void TestFastExchange::sameResultAsDocumented()
@@ -132,7 +136,8 @@ void TestFastExchange::sameResultAsDocumented()
         QVERIFY2(documented.ms >= 2000, qPrintable(QString::number(documented.ms)));
         QVERIFY2(fast.ms < 1000, qPrintable(QString::number(fast.ms)));
     } else {
-        QVERIFY2(fast.ms <= documented.ms, qPrintable(QStringLiteral("%1 > %2").arg(fast.ms).arg(documented.ms)));
+        QVERIFY2(fast.ms <= documented.ms,
+                 qPrintable(QStringLiteral("%1 > %2").arg(fast.ms).arg(documented.ms)));
     }
 }
 
@@ -174,10 +179,13 @@ void TestFastExchange::speedChangeThenNextCommand()
         fx.w<QCheckBox>(QStringLiteral("checkBox_fastExchange"))->setChecked(fast);
         fx.w<QComboBox>(QStringLiteral("comboBox_writeRate"))->setCurrentText(QStringLiteral("9600"));
         fx.w<QPushButton>(QStringLiteral("pushButton_writeRate"))->click();
-        QCOMPARE(fx.w<QComboBox>(QStringLiteral("comboBox_selectRate"))->currentText(), QStringLiteral("9600"));
-        const Run address = clickWith(fx, QStringLiteral("pushButton_ReadCurrentNetAddress"), sim::Fault::None, fast);
+        QCOMPARE(fx.w<QComboBox>(QStringLiteral("comboBox_selectRate"))->currentText(),
+                 QStringLiteral("9600"));
+        const Run address =
+            clickWith(fx, QStringLiteral("pushButton_ReadCurrentNetAddress"), sim::Fault::None, fast);
         QVERIFY(address.result.contains(QStringLiteral("lineEdit_CurrentNetAddress = 1")));
-        const Run silent = clickWith(fx, QStringLiteral("pushButton_readZorvaConfig"), sim::Fault::Silence, fast);
+        const Run silent =
+            clickWith(fx, QStringLiteral("pushButton_readZorvaConfig"), sim::Fault::Silence, fast);
         QVERIFY(silent.result.contains(QStringLiteral("box: Нет ответа")));
         if (fast) // 9600 baud: 5.7 + 34.4 + 50 + 50 ms, where 2400 baud would take 260 ms
             QVERIFY2(silent.ms < 600, qPrintable(QString::number(silent.ms)));
@@ -199,11 +207,13 @@ void TestFastExchange::boxOffKeepsTheDocumentedWaits()
     QVERIFY(m_fx->log().contains(QStringLiteral("bytesAvailable[1] =")));
     QVERIFY(m_fx->log().contains(QStringLiteral("После после сравнения двух значений байтов =")));
 
-    const Run address = clickWith(*m_fx, QStringLiteral("pushButton_ReadCurrentNetAddress"), sim::Fault::None, false);
+    const Run address =
+        clickWith(*m_fx, QStringLiteral("pushButton_ReadCurrentNetAddress"), sim::Fault::None, false);
     QVERIFY(address.result.contains(QStringLiteral("lineEdit_CurrentNetAddress = 1")));
     QVERIFY2(address.ms >= 300, qPrintable(QString::number(address.ms)));
 
-    const Run silent = clickWith(*m_fx, QStringLiteral("pushButton_readZorvaConfig"), sim::Fault::Silence, false);
+    const Run silent =
+        clickWith(*m_fx, QStringLiteral("pushButton_readZorvaConfig"), sim::Fault::Silence, false);
     QVERIFY2(silent.ms >= 2000 && silent.ms < 3000, qPrintable(QString::number(silent.ms)));
 }
 

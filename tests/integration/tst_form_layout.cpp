@@ -2,19 +2,20 @@
 #include "tests/support/box_recorder.h"
 #include "tests/support/host_fixture.h"
 
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateTimeEdit>
 #include <QLabel>
-#include <QTabWidget>
-#include <QTextBrowser>
 #include <QLineEdit>
-#include <QAbstractButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTabWidget>
+#include <QTextBrowser>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 QStringList capturedWarnings;
 QtMessageHandler previousHandler = nullptr;
@@ -29,66 +30,119 @@ void captureWarnings(QtMsgType type, const QMessageLogContext &context, const QS
 // The slots in their documented order; the host relies on the meta-method indices.
 QStringList documentedSlots()
 {
-    QStringList names = {
-        "slotPortIsOpen()", "slotPortIsClose()", "slotPortError(QSerialPort::SerialPortError)",
-        "on_comboBox_portList_currentIndexChanged(QString)", "on_toolButton_openPort_clicked()",
-        "on_comboBox_selectRate_currentIndexChanged(QString)", "on_portReadyRead()", "on_ReadyRead(qlonglong)",
-        "on_pushButton_portWrite_clicked()", "packetMakeToRead(uchar,uchar,ushort,ushort)",
-        "packetMakeToWrite(uchar,uchar,ushort,ushort,uchar,QByteArray)",
-        "on_pushButton_AddressRequest_clicked()", "on_pushButton_AddressRequestStop_clicked()",
-        "on_tableWidget_Address_cellDoubleClicked(int,int)", "on_lineEdit_AddressRangeStart_textChanged(QString)",
-        "on_lineEdit_AddressRangeEnd_textChanged(QString)", "on_lineEdit_oneAddress_textChanged(QString)",
-        "slotProgressBar()", "on_pushButton_DateRead_clicked()", "on_pushButton_DateWrite_clicked()",
-        "on_dateTimeEdit_dateTimeChanged(QDateTime)", "on_checkBox_SynchronizashionWithPC_clicked()",
-        "on_pushButton_ReadCurrentNetAddress_clicked()", "on_pushButton_WriteNewNetAddress_clicked()",
-        "on_spinBox_NewNetAddress_valueChanged(int)", "on_pushButton_SerialNumberSet_clicked()",
-        "on_spinBox_SerialNumberSet_valueChanged(QString)", "on_pushButton_readRate_clicked()",
-        "on_pushButton_writeRate_clicked()", "on_lineEdit_writeRate_textChanged(QString)",
-        "on_comboBox_writeRate_currentIndexChanged(int)", "on_comboBox_writeRate_currentTextChanged(QString)",
-        "on_pushButton_writeReportDay_clicked()", "on_lineEdit_reportDay_textChanged(QString)",
-        "on_lineEdit_NewNumberPortServer_textChanged(QString)", "on_spinBox_NewNumberPortServer_valueChanged(int)",
-        "on_lineEdit_VersionPO_textChanged(QString)", "on_pushButton_readZorvaConfig_clicked()",
-        "on_pushButton_REQ_UD2_clicked()", "on_pushButton_sendCommand_clicked()",
-        "on_lineEdit_command_textChanged(QString)", "on_pushButton_numberHalfBytes_clicked()",
-        "on_toolButton_clear_clicked()", "on_pushButton_clearTextBrowser_clicked()",
-        "on_pushButton_ReadChannnelsToTable_clicked()", "on_pushButton_WriteDevice_clicked()",
-        "on_pushButton_WriteOneReg_clicked()", "on_pushButton_ReadOneReg_clicked()",
-        "on_pushButton_PulseWrite_clicked()", "on_pushButton_WritePresetChannel_clicked()",
-        "on_lineEdit_PresetChannel_textChanged(QString)", "on_toolButton_writeNull_clicked()",
-        "on_pushButton_readChannelsConfig_clicked()", "on_pushButton_writeChannelsConfig_clicked()",
-        "on_comboBox_ChannelNumber_currentIndexChanged(int)", "on_comboBox_ChannelNumber_activated(int)",
-        "on_comboBox_Appointment_currentIndexChanged(int)", "on_comboBox_DeviceType_currentIndexChanged(int)",
-        "on_lineEdit_DeviceNumber_textChanged(QString)", "on_lineEdit_Version_textChanged(QString)",
-        "on_spinBox_Version_valueChanged(int)", "on_spinBox_deviceNumber_valueChanged(int)",
-        "on_lineEdit_Manufacturer_textChanged(QString)", "on_comboBox_VIF_currentIndexChanged(int)",
-        "on_lineEdit_VIF_textChanged(QString)", "on_lineEdit_Weight_textChanged(QString)",
-        "on_comboBox_Weight_currentIndexChanged(int)", "on_lineEdit_Duration_textChanged(QString)",
-        "on_spinBox_Duration_valueChanged(int)", "on_comboBox_Duration_currentIndexChanged(int)",
-        "on_lineEdit_WaitBeyondWriting_chanel_textChanged(QString)", "on_checkBox_Identificator_clicked()",
-        "on_checkBox_Identificator_clicked(bool)", "on_checkBox_Developer_toggled(bool)",
-        "on_pushButton_ReadChannelIndicationsToTable_clicked()", "on_pushButton_SaveToFile_clicked()",
-        "on_tableWidget_Channels_cellClicked(int,int)", "on_tableWidget_Channels_cellDoubleClicked(int,int)",
-        "on_tableWidget_Channels_cellEntered(int,int)",
-        "on_tableWidget_Channels_currentCellChanged(int,int,int,int)",
-        "on_tableWidget_Channels_cellChanged(int,int)", "on_tableWidget_Channels_cellPressed(int,int)",
-        "on_tableWidget_Channels_cellActivated(int,int)"};
+    QStringList names = {"slotPortIsOpen()",
+                         "slotPortIsClose()",
+                         "slotPortError(QSerialPort::SerialPortError)",
+                         "on_comboBox_portList_currentIndexChanged(QString)",
+                         "on_toolButton_openPort_clicked()",
+                         "on_comboBox_selectRate_currentIndexChanged(QString)",
+                         "on_portReadyRead()",
+                         "on_ReadyRead(qlonglong)",
+                         "on_pushButton_portWrite_clicked()",
+                         "packetMakeToRead(uchar,uchar,ushort,ushort)",
+                         "packetMakeToWrite(uchar,uchar,ushort,ushort,uchar,QByteArray)",
+                         "on_pushButton_AddressRequest_clicked()",
+                         "on_pushButton_AddressRequestStop_clicked()",
+                         "on_tableWidget_Address_cellDoubleClicked(int,int)",
+                         "on_lineEdit_AddressRangeStart_textChanged(QString)",
+                         "on_lineEdit_AddressRangeEnd_textChanged(QString)",
+                         "on_lineEdit_oneAddress_textChanged(QString)",
+                         "slotProgressBar()",
+                         "on_pushButton_DateRead_clicked()",
+                         "on_pushButton_DateWrite_clicked()",
+                         "on_dateTimeEdit_dateTimeChanged(QDateTime)",
+                         "on_checkBox_SynchronizashionWithPC_clicked()",
+                         "on_pushButton_ReadCurrentNetAddress_clicked()",
+                         "on_pushButton_WriteNewNetAddress_clicked()",
+                         "on_spinBox_NewNetAddress_valueChanged(int)",
+                         "on_pushButton_SerialNumberSet_clicked()",
+                         "on_spinBox_SerialNumberSet_valueChanged(QString)",
+                         "on_pushButton_readRate_clicked()",
+                         "on_pushButton_writeRate_clicked()",
+                         "on_lineEdit_writeRate_textChanged(QString)",
+                         "on_comboBox_writeRate_currentIndexChanged(int)",
+                         "on_comboBox_writeRate_currentTextChanged(QString)",
+                         "on_pushButton_writeReportDay_clicked()",
+                         "on_lineEdit_reportDay_textChanged(QString)",
+                         "on_lineEdit_NewNumberPortServer_textChanged(QString)",
+                         "on_spinBox_NewNumberPortServer_valueChanged(int)",
+                         "on_lineEdit_VersionPO_textChanged(QString)",
+                         "on_pushButton_readZorvaConfig_clicked()",
+                         "on_pushButton_REQ_UD2_clicked()",
+                         "on_pushButton_sendCommand_clicked()",
+                         "on_lineEdit_command_textChanged(QString)",
+                         "on_pushButton_numberHalfBytes_clicked()",
+                         "on_toolButton_clear_clicked()",
+                         "on_pushButton_clearTextBrowser_clicked()",
+                         "on_pushButton_ReadChannnelsToTable_clicked()",
+                         "on_pushButton_WriteDevice_clicked()",
+                         "on_pushButton_WriteOneReg_clicked()",
+                         "on_pushButton_ReadOneReg_clicked()",
+                         "on_pushButton_PulseWrite_clicked()",
+                         "on_pushButton_WritePresetChannel_clicked()",
+                         "on_lineEdit_PresetChannel_textChanged(QString)",
+                         "on_toolButton_writeNull_clicked()",
+                         "on_pushButton_readChannelsConfig_clicked()",
+                         "on_pushButton_writeChannelsConfig_clicked()",
+                         "on_comboBox_ChannelNumber_currentIndexChanged(int)",
+                         "on_comboBox_ChannelNumber_activated(int)",
+                         "on_comboBox_Appointment_currentIndexChanged(int)",
+                         "on_comboBox_DeviceType_currentIndexChanged(int)",
+                         "on_lineEdit_DeviceNumber_textChanged(QString)",
+                         "on_lineEdit_Version_textChanged(QString)",
+                         "on_spinBox_Version_valueChanged(int)",
+                         "on_spinBox_deviceNumber_valueChanged(int)",
+                         "on_lineEdit_Manufacturer_textChanged(QString)",
+                         "on_comboBox_VIF_currentIndexChanged(int)",
+                         "on_lineEdit_VIF_textChanged(QString)",
+                         "on_lineEdit_Weight_textChanged(QString)",
+                         "on_comboBox_Weight_currentIndexChanged(int)",
+                         "on_lineEdit_Duration_textChanged(QString)",
+                         "on_spinBox_Duration_valueChanged(int)",
+                         "on_comboBox_Duration_currentIndexChanged(int)",
+                         "on_lineEdit_WaitBeyondWriting_chanel_textChanged(QString)",
+                         "on_checkBox_Identificator_clicked()",
+                         "on_checkBox_Identificator_clicked(bool)",
+                         "on_checkBox_Developer_toggled(bool)",
+                         "on_pushButton_ReadChannelIndicationsToTable_clicked()",
+                         "on_pushButton_SaveToFile_clicked()",
+                         "on_tableWidget_Channels_cellClicked(int,int)",
+                         "on_tableWidget_Channels_cellDoubleClicked(int,int)",
+                         "on_tableWidget_Channels_cellEntered(int,int)",
+                         "on_tableWidget_Channels_currentCellChanged(int,int,int,int)",
+                         "on_tableWidget_Channels_cellChanged(int,int)",
+                         "on_tableWidget_Channels_cellPressed(int,int)",
+                         "on_tableWidget_Channels_cellActivated(int,int)"};
     for (const char *kind : {"Chan", "Par"})
         for (int i = 1; i <= 16; ++i)
             names << QStringLiteral("slotCheckBox%1%2(int)").arg(QLatin1String(kind)).arg(i);
-    names << QStringList{"on_checkBox_2_clicked()", "on_checkBox_3_clicked()", "on_toolButton_nextChan_clicked()",
-                         "on_toolButton_previousChan_clicked()", "on_pushButton_clearResult_clicked()",
-                         "on_pushButton_clearTableWidget1_clicked()", "on_pushButton_readJournal_clicked()",
-                         "on_pushButton_stopReadJournal_clicked()", "on_check_journal_clicked()",
-                         "on_radioButton_hour_clicked()", "on_radioButton_hour_clicked(bool)",
-                         "on_radioButton_month_clicked()", "on_radioButton_events_clicked()",
-                         "on_radioButton_year_clicked()", "on_spinBox_startNote_valueChanged(int)",
+    names << QStringList{"on_checkBox_2_clicked()",
+                         "on_checkBox_3_clicked()",
+                         "on_toolButton_nextChan_clicked()",
+                         "on_toolButton_previousChan_clicked()",
+                         "on_pushButton_clearResult_clicked()",
+                         "on_pushButton_clearTableWidget1_clicked()",
+                         "on_pushButton_readJournal_clicked()",
+                         "on_pushButton_stopReadJournal_clicked()",
+                         "on_check_journal_clicked()",
+                         "on_radioButton_hour_clicked()",
+                         "on_radioButton_hour_clicked(bool)",
+                         "on_radioButton_month_clicked()",
+                         "on_radioButton_events_clicked()",
+                         "on_radioButton_year_clicked()",
+                         "on_spinBox_startNote_valueChanged(int)",
                          "on_spinBox_startNote_valueChanged(QString)",
                          "on_dateTimeEdit_startJournal_dateTimeChanged(QDateTime)",
-                         "on_dateTimeEdit_endJournal_dateTimeChanged(QDateTime)", "programCLR()",
-                         "on_pushButton_cleanJournal_clicked()", "on_pushButton_clearJournalSecond_clicked()",
-                         "on_pushButton_clicked()", "on_pushButton_export_clicked()",
-                         "on_pushButton_authorization_clicked()", "on_pushButton_connectToServer_clicked()",
-                         "replyFinished()", "slotTmerAltEvent()"};
+                         "on_dateTimeEdit_endJournal_dateTimeChanged(QDateTime)",
+                         "programCLR()",
+                         "on_pushButton_cleanJournal_clicked()",
+                         "on_pushButton_clearJournalSecond_clicked()",
+                         "on_pushButton_clicked()",
+                         "on_pushButton_export_clicked()",
+                         "on_pushButton_authorization_clicked()",
+                         "on_pushButton_connectToServer_clicked()",
+                         "replyFinished()",
+                         "slotTmerAltEvent()"};
     return names;
 }
 
@@ -160,36 +214,119 @@ void TestFormLayout::everySlotFindsItsSignal()
 void TestFormLayout::documentedWidgetsExist_data()
 {
     QTest::addColumn<QString>("name");
-    const char *names[] = {
-        "tab_Technologie", "tab_Channel", "label_statusBar", "tableWidget_Address", "pushButton_AddressRequest",
-        "pushButton_AddressRequestStop", "progressBar", "lineEdit_Progress", "lineEdit_AddressRangeStart",
-        "lineEdit_AddressRangeEnd", "lineEdit_oneAddress", "comboBox_portList", "comboBox_selectRate",
-        "toolButton_openPort", "lineEdit_SerialNumber", "lineEdit_Performance", "lineEdit_VersionPO",
-        "lineEdit_IdentityPO", "lineEdit_Rate", "lineEdit_manufacturerZorva", "lineEdit_codePO",
-        "lineEdit_versionZorva", "lineEdit_assemblyNumber", "lineEdit_numberChannels", "lineEdit_reportDay",
-        "pushButton_writeReportDay", "dateTimeEdit", "pushButton_DateRead", "pushButton_DateWrite",
-        "checkBox_SynchronizashionWithPC", "checkBox_SyncUTC", "lineEdit_CurrentNetAddress",
-        "pushButton_ReadCurrentNetAddress", "spinBox_NewNetAddress", "pushButton_WriteNewNetAddress",
-        "spinBox_SerialNumberSet", "pushButton_SerialNumberSet", "pushButton_readRate", "comboBox_writeRate",
-        "pushButton_writeRate", "lineEdit_CurrentDomen", "pushButton_ReadDomen", "lineEdit_NewDomen",
-        "pushButton_WriteDomen", "lineEdit_CurrentScript", "pushButton_ReadScript", "lineEdit_NewScript",
-        "pushButton_WriteScript", "groupBox_Service", "pushButton_cleanJournal", "pushButton_Transport",
-        "textBrowser", "pushButton_clearTextBrowser", "tableWidget_Channels", "checkBox_2",
-        "toolButton_previousChan", "toolButton_nextChan", "pushButton_ReadChannnelsToTable",
-        "pushButton_WriteOneReg", "pushButton_SaveToFile", "textEdit", "pushButton_clearResult", "checkBox_3",
-        "comboBox_ChannelNumber", "comboBox_Appointment", "comboBox_DeviceType", "lineEdit_DeviceNumber",
-        "spinBox_Version", "lineEdit_Manufacturer", "comboBox_VIF", "lineEdit_VIF", "comboBox_Weight",
-        "lineEdit_Weight", "comboBox_Duration", "spinBox_Duration", "lineEdit_value", "groupBox_Waiting",
-        "checkBox_Developer", "lineEdit_WaitBeyondWriting_chanel", "toolButton_writeNull",
-        "lineEdit_PresetChannel", "pushButton_WritePresetChannel", "tableWidget_ChannelIndications",
-        "pushButton_ReadChannelIndicationsToTable", "tableWidget_Journal", "radioButton_events",
-        "radioButton_hour", "radioButton_days", "radioButton_month", "radioButton_year", "spinBox_startNote",
-        "spinBox_notesNumber", "dateTimeEdit_startJournal", "dateTimeEdit_endJournal", "check_journal",
-        "pushButton_readJournal", "pushButton_stopReadJournal", "progressBar_ReadJournal", "pushButton_export",
-        "pushButton_clearJournalSecond", "pushButton_connectToServer", "pushButton_authorization",
-        "lineEdit_numberHalfBytes", "pushButton_numberHalfBytes", "lineEdit_command", "pushButton_sendCommand",
-        "pushButton_REQ_UD2", "pushButton_readZorvaConfig", "pushButton_readChannelsConfig",
-        "pushButton_writeZorvaConfig", "pushButton_writeChannelsConfig", "textBrowser_2", "toolButton_clear"};
+    const char *names[] = {"tab_Technologie",
+                           "tab_Channel",
+                           "label_statusBar",
+                           "tableWidget_Address",
+                           "pushButton_AddressRequest",
+                           "pushButton_AddressRequestStop",
+                           "progressBar",
+                           "lineEdit_Progress",
+                           "lineEdit_AddressRangeStart",
+                           "lineEdit_AddressRangeEnd",
+                           "lineEdit_oneAddress",
+                           "comboBox_portList",
+                           "comboBox_selectRate",
+                           "toolButton_openPort",
+                           "lineEdit_SerialNumber",
+                           "lineEdit_Performance",
+                           "lineEdit_VersionPO",
+                           "lineEdit_IdentityPO",
+                           "lineEdit_Rate",
+                           "lineEdit_manufacturerZorva",
+                           "lineEdit_codePO",
+                           "lineEdit_versionZorva",
+                           "lineEdit_assemblyNumber",
+                           "lineEdit_numberChannels",
+                           "lineEdit_reportDay",
+                           "pushButton_writeReportDay",
+                           "dateTimeEdit",
+                           "pushButton_DateRead",
+                           "pushButton_DateWrite",
+                           "checkBox_SynchronizashionWithPC",
+                           "checkBox_SyncUTC",
+                           "lineEdit_CurrentNetAddress",
+                           "pushButton_ReadCurrentNetAddress",
+                           "spinBox_NewNetAddress",
+                           "pushButton_WriteNewNetAddress",
+                           "spinBox_SerialNumberSet",
+                           "pushButton_SerialNumberSet",
+                           "pushButton_readRate",
+                           "comboBox_writeRate",
+                           "pushButton_writeRate",
+                           "lineEdit_CurrentDomen",
+                           "pushButton_ReadDomen",
+                           "lineEdit_NewDomen",
+                           "pushButton_WriteDomen",
+                           "lineEdit_CurrentScript",
+                           "pushButton_ReadScript",
+                           "lineEdit_NewScript",
+                           "pushButton_WriteScript",
+                           "groupBox_Service",
+                           "pushButton_cleanJournal",
+                           "pushButton_Transport",
+                           "textBrowser",
+                           "pushButton_clearTextBrowser",
+                           "tableWidget_Channels",
+                           "checkBox_2",
+                           "toolButton_previousChan",
+                           "toolButton_nextChan",
+                           "pushButton_ReadChannnelsToTable",
+                           "pushButton_WriteOneReg",
+                           "pushButton_SaveToFile",
+                           "textEdit",
+                           "pushButton_clearResult",
+                           "checkBox_3",
+                           "comboBox_ChannelNumber",
+                           "comboBox_Appointment",
+                           "comboBox_DeviceType",
+                           "lineEdit_DeviceNumber",
+                           "spinBox_Version",
+                           "lineEdit_Manufacturer",
+                           "comboBox_VIF",
+                           "lineEdit_VIF",
+                           "comboBox_Weight",
+                           "lineEdit_Weight",
+                           "comboBox_Duration",
+                           "spinBox_Duration",
+                           "lineEdit_value",
+                           "groupBox_Waiting",
+                           "checkBox_Developer",
+                           "lineEdit_WaitBeyondWriting_chanel",
+                           "toolButton_writeNull",
+                           "lineEdit_PresetChannel",
+                           "pushButton_WritePresetChannel",
+                           "tableWidget_ChannelIndications",
+                           "pushButton_ReadChannelIndicationsToTable",
+                           "tableWidget_Journal",
+                           "radioButton_events",
+                           "radioButton_hour",
+                           "radioButton_days",
+                           "radioButton_month",
+                           "radioButton_year",
+                           "spinBox_startNote",
+                           "spinBox_notesNumber",
+                           "dateTimeEdit_startJournal",
+                           "dateTimeEdit_endJournal",
+                           "check_journal",
+                           "pushButton_readJournal",
+                           "pushButton_stopReadJournal",
+                           "progressBar_ReadJournal",
+                           "pushButton_export",
+                           "pushButton_clearJournalSecond",
+                           "pushButton_connectToServer",
+                           "pushButton_authorization",
+                           "lineEdit_numberHalfBytes",
+                           "pushButton_numberHalfBytes",
+                           "lineEdit_command",
+                           "pushButton_sendCommand",
+                           "pushButton_REQ_UD2",
+                           "pushButton_readZorvaConfig",
+                           "pushButton_readChannelsConfig",
+                           "pushButton_writeZorvaConfig",
+                           "pushButton_writeChannelsConfig",
+                           "textBrowser_2",
+                           "toolButton_clear"};
     for (const char *name : names)
         QTest::newRow(name) << QString::fromLatin1(name);
 }
@@ -239,11 +376,13 @@ void TestFormLayout::initializationFillsTheValueLists()
              (QStringList{"Не подключен", "Импульсный счетный вход", "Импульсный аварийный вход",
                           "Счетный вход намур", "Аварийный вход намур"}));
     QCOMPARE(items("comboBox_DeviceType"), (QStringList{"EM Электричество", "GM Газ", "HM Тепло", "WM Вода",
-                                                         "CWM Холодная вода", "WWM Горячая вода"}));
+                                                        "CWM Холодная вода", "WWM Горячая вода"}));
     QVERIFY(items("comboBox_Weight").contains("1 л/имп"));
     QVERIFY(items("comboBox_Weight").contains("1000 л/имп"));
-    QCOMPARE(m_form->findChild<QLineEdit *>("lineEdit_WaitBeyondWriting_chanel")->text(), QStringLiteral("400"));
-    QVERIFY(m_form->findChild<QTextBrowser *>("textBrowser")->toPlainText().contains("profile->appFullPath()"));
+    QCOMPARE(m_form->findChild<QLineEdit *>("lineEdit_WaitBeyondWriting_chanel")->text(),
+             QStringLiteral("400"));
+    QVERIFY(
+        m_form->findChild<QTextBrowser *>("textBrowser")->toPlainText().contains("profile->appFullPath()"));
     QCOMPARE(m_form->findChild<QLabel *>("label_statusBar")->text(), QString());
 }
 
@@ -256,7 +395,8 @@ void TestFormLayout::channelCheckBoxesReachTheirSlots()
             const QByteArray slot = QStringLiteral("slotCheckBox%1%2(int)").arg(kind).arg(i).toLatin1();
             const QMetaMethod target = m_form->metaObject()->method(m_form->metaObject()->indexOfSlot(slot));
             QVERIFY(target.isValid());
-            QVERIFY(QObject::disconnect(box, QMetaMethod::fromSignal(&QCheckBox::stateChanged), m_form.get(), target));
+            QVERIFY(QObject::disconnect(box, QMetaMethod::fromSignal(&QCheckBox::stateChanged), m_form.get(),
+                                        target));
         }
     }
 }
@@ -284,7 +424,9 @@ void TestFormLayout::everyPageFitsTheScreen()
         QCoreApplication::processEvents();
         const QString name = tabs->tabText(page);
         QVERIFY2(area->horizontalScrollBar()->maximum() == 0,
-                 qPrintable(QStringLiteral("%1: scrolls by %2 px").arg(name).arg(area->horizontalScrollBar()->maximum())));
+                 qPrintable(QStringLiteral("%1: scrolls by %2 px")
+                                .arg(name)
+                                .arg(area->horizontalScrollBar()->maximum())));
         for (QAbstractButton *button : tabs->widget(page)->findChildren<QAbstractButton *>()) {
             if (!button->isVisibleTo(tabs->widget(page)) || button->objectName().isEmpty())
                 continue; // hidden, or a table's corner button
@@ -294,8 +436,12 @@ void TestFormLayout::everyPageFitsTheScreen()
             QVERIFY2(area->viewport()->rect().contains(shown),
                      qPrintable(QStringLiteral("%1: %2 at %3,%4 %5x%6 outside %7x%8")
                                     .arg(name, button->objectName())
-                                    .arg(shown.x()).arg(shown.y()).arg(shown.width()).arg(shown.height())
-                                    .arg(area->viewport()->width()).arg(area->viewport()->height())));
+                                    .arg(shown.x())
+                                    .arg(shown.y())
+                                    .arg(shown.width())
+                                    .arg(shown.height())
+                                    .arg(area->viewport()->width())
+                                    .arg(area->viewport()->height())));
         }
     }
 }
@@ -314,8 +460,10 @@ void TestFormLayout::fieldsShowTheirLongestText()
         int longest = 0;
         for (int i = 0; i < combo->count(); ++i)
             longest = qMax(longest, combo->fontMetrics().horizontalAdvance(combo->itemText(i)));
-        QVERIFY2(combo->width() >= longest + 20,
-                 qPrintable(QStringLiteral("%1: %2 px for %3 px of text").arg(combo->objectName()).arg(combo->width()).arg(longest)));
+        QVERIFY2(combo->width() >= longest + 20, qPrintable(QStringLiteral("%1: %2 px for %3 px of text")
+                                                                .arg(combo->objectName())
+                                                                .arg(combo->width())
+                                                                .arg(longest)));
     }
     auto *number = m_form->findChild<QLineEdit *>("lineEdit_DeviceNumber");
     QVERIFY(number->width() >= number->fontMetrics().horizontalAdvance("88888888") + 8);

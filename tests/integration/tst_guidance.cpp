@@ -52,12 +52,18 @@ void TestGuidance::writesSayWhatWasDone_data()
     QTest::addColumn<bool>("silent");
     QTest::addColumn<QString>("status");
     QTest::addColumn<QString>("box");
-    QTest::newRow("report day") << "reportDay" << false << "Отчетный день 5 записан" << "";
-    QTest::newRow("serial number") << "serial" << false << "Серийный номер 87654321 записан" << "";
-    QTest::newRow("bus address") << "address" << false << "Сетевой адрес 7 записан" << "";
-    QTest::newRow("clock") << "clock" << false << "Часы записаны: 01.02.2025 03:04:05" << "";
-    QTest::newRow("clock, silent device") << "clock" << true << "Нет ответа от адреса 1" << "Ошибка записи данных";
-    QTest::newRow("report day, silent device") << "reportDay" << true << "Нет ответа от адреса 1" << "Нет ответа";
+    QTest::newRow("report day") << "reportDay" << false << "Отчетный день 5 записан"
+                                << "";
+    QTest::newRow("serial number") << "serial" << false << "Серийный номер 87654321 записан"
+                                   << "";
+    QTest::newRow("bus address") << "address" << false << "Сетевой адрес 7 записан"
+                                 << "";
+    QTest::newRow("clock") << "clock" << false << "Часы записаны: 01.02.2025 03:04:05"
+                           << "";
+    QTest::newRow("clock, silent device") << "clock" << true << "Нет ответа от адреса 1"
+                                          << "Ошибка записи данных";
+    QTest::newRow("report day, silent device") << "reportDay" << true << "Нет ответа от адреса 1"
+                                               << "Нет ответа";
 }
 
 void TestGuidance::writesSayWhatWasDone()
@@ -104,7 +110,8 @@ void TestGuidance::longWaitsShowTheBusyIndicator()
     f->sim().clearTraffic();
     f->w<QAbstractButton>("pushButton_AddressRequest")->click();
     QVERIFY(f->sim().requests().isEmpty());
-    QCOMPARE(f->w<QLabel>("label_statusBar")->text(), QStringLiteral("Начало диапазона больше конца: адреса не опрошены"));
+    QCOMPARE(f->w<QLabel>("label_statusBar")->text(),
+             QStringLiteral("Начало диапазона больше конца: адреса не опрошены"));
 }
 
 void TestGuidance::exchangeLogIsBoundedAndCanBeSaved()
@@ -139,7 +146,8 @@ void TestGuidance::inputAndDefaultsCannotMislead()
     f->w<QComboBox>("comboBox_selectRate")->setCurrentText("9600");
     QCOMPARE(f->w<QComboBox>("comboBox_writeRate")->currentText(), QStringLiteral("9600"));
 
-    for (const char *name : {"groupBox_Domen", "groupBox_Script", "pushButton_Transport", "pushButton_writeZorvaConfig"}) {
+    for (const char *name :
+         {"groupBox_Domen", "groupBox_Script", "pushButton_Transport", "pushButton_writeZorvaConfig"}) {
         QWidget *unused = f->w<QWidget>(name);
         QVERIFY2(!unused->isEnabled() && !unused->toolTip().isEmpty(), name);
     }

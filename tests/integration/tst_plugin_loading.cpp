@@ -10,7 +10,8 @@
 // order). Calling through it proves the plug-in's vtable matches the host's. It has external
 // linkage on purpose: in an anonymous namespace the optimiser sees no implementation of it and
 // turns the calls into pure-virtual calls.
-namespace vendor_host {
+namespace vendor_host
+{
 
 class VendorSlotTable
 {
@@ -42,7 +43,8 @@ protected:
 
 } // namespace vendor_host
 
-namespace {
+namespace
+{
 
 QString pluginPath()
 {
@@ -144,8 +146,10 @@ void TestPluginLoading::missingRequiredServiceGivesNoWidget_data()
 {
     QTest::addColumn<QString>("missing");
     QTest::addColumn<QString>("message");
-    QTest::newRow("no core_modem") << "core_modem" << "Не найден модуль ядра <core_modem>.";
-    QTest::newRow("no core_profile") << "core_profile" << "Не найден модуль ядра <core_profile>.";
+    QTest::newRow("no core_modem") << "core_modem"
+                                   << "Не найден модуль ядра <core_modem>.";
+    QTest::newRow("no core_profile") << "core_profile"
+                                     << "Не найден модуль ядра <core_profile>.";
 }
 
 void TestPluginLoading::missingRequiredServiceGivesNoWidget()

@@ -9,7 +9,8 @@
 #include <QPushButton>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 constexpr int kBoxWaitMs = 5000;
 
@@ -130,10 +131,12 @@ void TestServerLink::replyBoxes_data()
     QTest::addColumn<QString>("text"); // an "Error" box: a part of its text
     const auto answer = RawHttpServer::Behaviour::Answer;
     const auto ok = &RawHttpServer::okResponse;
-    QTest::newRow("\"139\"") << answer << ok(RawHttpServer::resultBody("139")) << "Неверное имя пользователя или пароль.";
+    QTest::newRow("\"139\"") << answer << ok(RawHttpServer::resultBody("139"))
+                             << "Неверное имя пользователя или пароль.";
     QTest::newRow("code 40, no row") << answer << ok(RawHttpServer::resultBody("040")) << "";
     QTest::newRow("empty body") << answer << ok({}) << "OK.";
-    QTest::newRow("6 MiB body") << answer << ok(RawHttpServer::resultBody("018") + QByteArray(6 * 1024 * 1024, ' '))
+    QTest::newRow("6 MiB body") << answer
+                                << ok(RawHttpServer::resultBody("018") + QByteArray(6 * 1024 * 1024, ' '))
                                 << "Нет данных для сохранения.";
     QTest::newRow("refused connection") << RawHttpServer::Behaviour::Refuse << QByteArray() << "refused";
     QTest::newRow("cut off mid-transfer") << RawHttpServer::Behaviour::CutOff << QByteArray() << "closed";

@@ -6,8 +6,8 @@
 CoreServices::CoreServices(const QStringList &without)
 {
     const QDir core(stageDir() + QStringLiteral("/core"));
-    for (const QString &name : {QStringLiteral("core_modem"), QStringLiteral("core_profile"),
-                                QStringLiteral("core_network")}) {
+    for (const QString &name :
+         {QStringLiteral("core_modem"), QStringLiteral("core_profile"), QStringLiteral("core_network")}) {
         if (without.contains(name))
             continue;
         auto loader = std::make_unique<QPluginLoader>(core.filePath(QStringLiteral("lib") + name + ".so"));

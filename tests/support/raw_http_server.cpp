@@ -2,7 +2,8 @@
 
 #include <QTcpSocket>
 
-namespace {
+namespace
+{
 
 const QByteArray kHeaderEnd = QByteArrayLiteral("\r\n\r\n");
 

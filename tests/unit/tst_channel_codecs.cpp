@@ -59,7 +59,8 @@ device::FetchReplyFields reply()
     return {hex("01000010"), hex("566A"), 1, 7, hex("0000803F")};
 }
 
-device::ChannelWriteChoice choose(bool identification, bool weight, bool unit, bool duration, bool appointment)
+device::ChannelWriteChoice choose(bool identification, bool weight, bool unit, bool duration,
+                                  bool appointment)
 {
     device::ChannelWriteChoice c;
     c.identification = identification;
@@ -96,19 +97,32 @@ void TestChannelCodecs::textReaders_data()
     QTest::addColumn<QString>("reader");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("number 12345678") << "number" << "12345678" << hex("78563412");
-    QTest::newRow("number 123") << "number" << "123" << hex("23010000");
-    QTest::newRow("number with a letter") << "number" << "12a4" << hex("04120000");
-    QTest::newRow("number of ten digits") << "number" << "1234567890" << hex("78563412");
-    QTest::newRow("manufacturer ZRV") << "manufacturer" << "ZRV" << hex("6A56");
-    QTest::newRow("manufacturer zrv") << "manufacturer" << "zrv" << hex("6A56");
-    QTest::newRow("manufacturer empty") << "manufacturer" << "" << hex("F7C0");
-    QTest::newRow("manufacturer of one letter") << "manufacturer" << "A" << hex("FBC0");
-    QTest::newRow("manufacturer of two letters") << "manufacturer" << "AB" << hex("0400");
-    QTest::newRow("VIF 3B") << "vif" << "3B" << hex("3B");
-    QTest::newRow("VIF 02FB") << "vif" << "02FB" << hex("FB02");
-    QTest::newRow("VIF of three bytes") << "vif" << "FD3A01" << QByteArray();
-    QTest::newRow("VIF not hex") << "vif" << "G1" << QByteArray();
+    QTest::newRow("number 12345678") << "number"
+                                     << "12345678" << hex("78563412");
+    QTest::newRow("number 123") << "number"
+                                << "123" << hex("23010000");
+    QTest::newRow("number with a letter") << "number"
+                                          << "12a4" << hex("04120000");
+    QTest::newRow("number of ten digits") << "number"
+                                          << "1234567890" << hex("78563412");
+    QTest::newRow("manufacturer ZRV") << "manufacturer"
+                                      << "ZRV" << hex("6A56");
+    QTest::newRow("manufacturer zrv") << "manufacturer"
+                                      << "zrv" << hex("6A56");
+    QTest::newRow("manufacturer empty") << "manufacturer"
+                                        << "" << hex("F7C0");
+    QTest::newRow("manufacturer of one letter") << "manufacturer"
+                                                << "A" << hex("FBC0");
+    QTest::newRow("manufacturer of two letters") << "manufacturer"
+                                                 << "AB" << hex("0400");
+    QTest::newRow("VIF 3B") << "vif"
+                            << "3B" << hex("3B");
+    QTest::newRow("VIF 02FB") << "vif"
+                              << "02FB" << hex("FB02");
+    QTest::newRow("VIF of three bytes") << "vif"
+                                        << "FD3A01" << QByteArray();
+    QTest::newRow("VIF not hex") << "vif"
+                                 << "G1" << QByteArray();
 }
 
 void TestChannelCodecs::textReaders()
@@ -164,29 +178,31 @@ void TestChannelCodecs::frames_data()
     QTest::addColumn<QByteArray>("expected");
     QTest::addColumn<int>("finalTraceLength"); // -1: no trace
 
-    QTest::newRow("fetch, channel 3") << device::channelFetchRequest(1, 3) << hex("680505685301517F032716") << -1;
+    QTest::newRow("fetch, channel 3")
+        << device::channelFetchRequest(1, 3) << hex("680505685301517F032716") << -1;
     const auto write = [](int channel, quint16 vif, const device::ChannelWriteChoice &choice) {
         return device::configurationFrame(1, record(channel, vif), choice, reply());
     };
     const device::ConfigurationFrame all = write(5, 0x13, choose(true, true, true, true, true));
-    QTest::newRow("channel 5, all records")
-        << all.frame
-        << hex("68262668530151 87C0804079 78563412 566A 01 07 05FF1E00002041 05130000803F 02FF1D3200 01FF1F01 CB16")
-        << all.lengthTrace.last().second;
+    QTest::newRow("channel 5, all records") << all.frame
+                                            << hex("68262668530151 87C0804079 78563412 566A 01 07 "
+                                                   "05FF1E00002041 05130000803F 02FF1D3200 01FF1F01 CB16")
+                                            << all.lengthTrace.last().second;
     const device::ConfigurationFrame channel1 = write(1, 0x13, choose(true, true, true, true, true));
     QTest::newRow("channel 1, all records: length 36") << channel1.frame.left(3) << hex("682424") << 36;
     const device::ConfigurationFrame channel16 = write(16, 0x13, choose(true, true, true, true, true));
     QTest::newRow("channel 16, all records: length 40") << channel16.frame.left(3) << hex("682828") << 40;
     const device::ConfigurationFrame identity = write(1, 0x13, choose(false, false, false, false, false));
     QTest::newRow("channel 1, identification from the reply only")
-        << identity.frame << hex("680E0E6853015187407901000010566A0107BE16") << identity.lengthTrace.last().second;
+        << identity.frame << hex("680E0E6853015187407901000010566A0107BE16")
+        << identity.lengthTrace.last().second;
     const device::ConfigurationFrame twoByte = write(16, 0x02FB, choose(true, false, true, false, false));
     QTest::newRow("channel 16, two-byte VIF unit")
         << twoByte.frame << hex("68191968530151 878080808040 79 78563412 566A 01 07 05FB02 0000803F 8216")
         << twoByte.lengthTrace.last().second;
     QTest::newRow("preset, channel 3, address 0 as FE")
-        << device::presetFrame(0, record(3, 0x13)) << hex("68151568 53FE51 87C04079 78563412 566A 01 07 0513 00004841 1F16")
-        << -1;
+        << device::presetFrame(0, record(3, 0x13))
+        << hex("68151568 53FE51 87C04079 78563412 566A 01 07 0513 00004841 1F16") << -1;
 }
 
 void TestChannelCodecs::frames()
@@ -203,14 +219,14 @@ void TestChannelCodecs::replyDecode_data()
 {
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QString>("decoded");
-    QTest::newRow("litres, all records")
-        << hex("6830306808017203000010566A01070500000005130000F74205FF1E0000204102FF1D320001FF1F0301FD170504FD3A671200006F16")
-        << "10000003 ZRV 1 07 | 13 123.5 | 10 50 3 5 4711";
+    QTest::newRow("litres, all records") << hex("6830306808017203000010566A01070500000005130000F74205FF1E0000"
+                                                "204102FF1D320001FF1F0301FD170504FD3A671200006F16")
+                                         << "10000003 ZRV 1 07 | 13 123.5 | 10 50 3 5 4711";
     QTest::newRow("two-byte VIF, weight only")
         << hex("681D1D6808017203000010566A01070500000005FB020000004005FF1E6F12833AFD16")
         << "10000003 ZRV 1 07 | FB02 2 | 0.001 - - - -";
-    QTest::newRow("wrong checksum") << hex("681D1D6808017203000010566A01070500000005FB020000004005FF1E6F12833AFE16")
-                                    << "";
+    QTest::newRow("wrong checksum")
+        << hex("681D1D6808017203000010566A01070500000005FB020000004005FF1E6F12833AFE16") << "";
     QTest::newRow("acknowledgement only") << hex("E5") << "";
 }
 
@@ -225,14 +241,15 @@ void TestChannelCodecs::replyDecode()
     const auto optionalText = [](const auto &value) {
         return value ? QString::number(double(*value)) : QStringLiteral("-");
     };
-    const QString text = QStringLiteral("%1 %2 %3 %4 | %5 %6 | %7 %8 %9 %10 %11")
-                             .arg(device::identificationText(c->deviceNumber), device::unpackManufacturer(c->manufacturer))
-                             .arg(c->version)
-                             .arg(c->medium, 2, 16, QLatin1Char('0'))
-                             .arg(QString::fromLatin1(c->unitVif.toHex().toUpper()))
-                             .arg(double(c->value))
-                             .arg(optionalText(c->weight), optionalText(c->durationMs), optionalText(c->appointment),
-                                  optionalText(c->errorFlags), optionalText(c->counter));
+    const QString text =
+        QStringLiteral("%1 %2 %3 %4 | %5 %6 | %7 %8 %9 %10 %11")
+            .arg(device::identificationText(c->deviceNumber), device::unpackManufacturer(c->manufacturer))
+            .arg(c->version)
+            .arg(c->medium, 2, 16, QLatin1Char('0'))
+            .arg(QString::fromLatin1(c->unitVif.toHex().toUpper()))
+            .arg(double(c->value))
+            .arg(optionalText(c->weight), optionalText(c->durationMs), optionalText(c->appointment),
+                 optionalText(c->errorFlags), optionalText(c->counter));
     QCOMPARE(text, decoded);
 }
 
@@ -265,7 +282,8 @@ void TestChannelCodecs::unitFiles_data()
     QTest::addColumn<QString>("entries"); // or the error
     QTest::newRow("units with a comment and CRLF")
         << "units" << QByteArray("# comment\r\nл\t13\r\n\r\nМВтч\t01FB\r\n") << "л=13 МВтч=1fb";
-    QTest::newRow("units: one column") << "units" << QByteArray("л 13\n") << "строка 1: нужны два столбца через табуляцию";
+    QTest::newRow("units: one column")
+        << "units" << QByteArray("л 13\n") << "строка 1: нужны два столбца через табуляцию";
     QTest::newRow("units: three-byte VIF")
         << "units" << QByteArray("л\t13\nx\tFD3A01\n")
         << "строка 2: VIF \"FD3A01\" не один или два байта в шестнадцатеричном виде";

@@ -119,9 +119,8 @@ void TestMbusTelegram::handMadeReplies_data()
     const QByteArray volume = hex("0C 13 01 00 00 00");
     QTest::newRow("CI 78, no header")
         << frames::mbusLong(0x08, 1, 0x78, volume) << QStringLiteral("Volume (m m^3) | 1 | 1 | 11 | 5");
-    QTest::newRow("CI 7A, short header")
-        << frames::mbusLong(0x08, 1, 0x7A, hex("55 00 00 00") + volume)
-        << QStringLiteral("Volume (m m^3) | 1 | 1 | 11 | 5");
+    QTest::newRow("CI 7A, short header") << frames::mbusLong(0x08, 1, 0x7A, hex("55 00 00 00") + volume)
+                                         << QStringLiteral("Volume (m m^3) | 1 | 1 | 11 | 5");
     QTest::newRow("CI 7A with 3 header bytes")
         << frames::mbusLong(0x08, 1, 0x7A, hex("55 00 00")) << at.arg("HeaderTruncated").arg(10);
     // BCD 00000102, type F 2014-03-13 11:11 in summer, and text sent first character first.
@@ -246,14 +245,13 @@ void TestMbusTelegram::russianText_data()
         << QStringList{"Ошибка прибора: Приложение занято", "",
                        "Не удалось разобрать телеграмму: Запись обрывается: нет байта DIFE (байт 30)"};
     QTest::newRow("nothing received") << QByteArray() << QStringList{"Нет принятых данных"};
-    QTest::newRow("short header")
-        << frames::mbusLong(0x08, 1, 0x7A, hex("55 00 00 00 0C 13 01 00 00 00"))
-        << QStringList{"Ответ прибора: адрес 1, C 0x08, CI 0x7A",
-                       "Короткий заголовок: без идентификации прибора",
-                       "Номер доступа: 85",
-                       "Статус: 0x00 (Ошибок нет)",
-                       "Подпись: 0x0000",
-                       "1. Объем = 1 л (текущее значение, хранение 0)"};
+    QTest::newRow("short header") << frames::mbusLong(0x08, 1, 0x7A, hex("55 00 00 00 0C 13 01 00 00 00"))
+                                  << QStringList{"Ответ прибора: адрес 1, C 0x08, CI 0x7A",
+                                                 "Короткий заголовок: без идентификации прибора",
+                                                 "Номер доступа: 85",
+                                                 "Статус: 0x00 (Ошибок нет)",
+                                                 "Подпись: 0x0000",
+                                                 "1. Объем = 1 л (текущее значение, хранение 0)"};
     // After VIF FF every VIFE is the manufacturer's; after VIFE 7F the rest of them are.
     QTest::newRow("another manufacturer's codes")
         << reply("01 FF 1A 05 04 93 FF 01 01 00 00 00")
@@ -287,16 +285,18 @@ void TestMbusTelegram::russianText_data()
     lines << QStringLiteral("%1. Время, переданное устройством = 17.05.2024 13:45:00 (текущее значение, "
                             "хранение 0)")
                  .arg(count + 1);
-    QTest::newRow("the simulated device's data telegram") << sim::ProtocolEngine(model).dataTelegram(now) << lines;
+    QTest::newRow("the simulated device's data telegram")
+        << sim::ProtocolEngine(model).dataTelegram(now) << lines;
 
     // Its information answer: versions, the report day (FF 1A) and the clock (type I).
     model.reportDay = 15;
     model.setClockUtc(now.addSecs(30), now);
     QTest::newRow("the simulated device's information answer")
         << sim::ProtocolEngine(model).informationAnswer(now)
-        << QStringList{"Изготовитель: ZRV", "Записей данных: 5",
-                       "4. Отчетный день = 15 (текущее значение, хранение 0)",
-                       "5. Время, переданное устройством = 17.05.2024 13:45:30 (текущее значение, хранение 0)"};
+        << QStringList{
+               "Изготовитель: ZRV", "Записей данных: 5",
+               "4. Отчетный день = 15 (текущее значение, хранение 0)",
+               "5. Время, переданное устройством = 17.05.2024 13:45:30 (текущее значение, хранение 0)"};
     // A channel's configuration: value in litres, then FF 1E weight, FF 1D duration, FF 1F appointment.
     sim::ChannelState &channel = model.channels[0];
     channel.value = 12.5f;

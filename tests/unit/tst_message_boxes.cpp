@@ -8,10 +8,10 @@
 #include <QtTest>
 #include <functional>
 
-namespace {
-
-struct SeenBox
+namespace
 {
+
+struct SeenBox {
     QString title;
     QString text;
     QStringList buttons;
@@ -84,10 +84,18 @@ void TestMessageBoxes::realBoxesShowTheirTitlesAndButtons()
     whenBoxShows(&seen, [](QMessageBox *box) { box->buttons().first()->click(); });
     const QString text = QStringLiteral("Нет ответа");
     switch (which) {
-    case 0: showErrorBox(text, nullptr); break;
-    case 1: showInformationBox(text, nullptr); break;
-    case 2: showWarningBox(text, nullptr); break;
-    default: showConfirmationBox(text, nullptr); break;
+    case 0:
+        showErrorBox(text, nullptr);
+        break;
+    case 1:
+        showInformationBox(text, nullptr);
+        break;
+    case 2:
+        showWarningBox(text, nullptr);
+        break;
+    default:
+        showConfirmationBox(text, nullptr);
+        break;
     }
     QCOMPARE(seen.title, title);
     QCOMPARE(seen.text, text);

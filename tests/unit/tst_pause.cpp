@@ -20,7 +20,8 @@ private slots:
 void TestPause::zeroReturnsAfterOnePass()
 {
     bool served = false;
-    QMetaObject::invokeMethod(this, [&served] { served = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [&served] { served = true; }, Qt::QueuedConnection);
     QElapsedTimer clock;
     clock.start();
     nonBlockingPause(0);

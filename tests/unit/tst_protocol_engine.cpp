@@ -318,9 +318,9 @@ void TestProtocolEngine::faults()
     QFETCH(bool, registerFraming);
     QFETCH(QByteArray, answer);
     QFETCH(QList<QByteArray>, pieces);
-    const sim::RequestFrame request = registerFraming
-                                     ? sim::RequestFrame{sim::RequestFraming::Register, hex("010320000002CFCB")}
-                                     : sim::RequestFrame{sim::RequestFraming::MBus, hex("680505685301517F002416")};
+    const sim::RequestFrame request =
+        registerFraming ? sim::RequestFrame{sim::RequestFraming::Register, hex("010320000002CFCB")}
+                        : sim::RequestFrame{sim::RequestFraming::MBus, hex("680505685301517F002416")};
     QRandomGenerator random(1);
     QCOMPARE(answerPieces(answer, request, 1, fault, random), pieces);
 }

@@ -4,7 +4,8 @@
 #include <QFile>
 #include <QtTest>
 
-namespace {
+namespace
+{
 
 const QString kUnknown = QStringLiteral("Неизвестная ошибка.");
 

@@ -119,15 +119,15 @@ void TestZorvaDecode::simulatorAnswers()
     sim::DeviceModel model;
     sim::ProtocolEngine engine(model);
     const QDateTime now(QDate(2024, 7, 1), QTime(12, 0), Qt::UTC);
-    const QByteArray stream = hexDump(engine.informationAnswer(now) + engine.channelAnswer(1) +
-                                      engine.dataTelegram(now))
-                                  .toLatin1();
+    const QByteArray stream =
+        hexDump(engine.informationAnswer(now) + engine.channelAnswer(1) + engine.dataTelegram(now))
+            .toLatin1();
     const Run text = runTool({}, stream);
     QCOMPARE(text.exitCode, 0);
-    for (const QString &line : {"4. Отчетный день = 1 (текущее значение, хранение 0)",
-                                "2. Вес импульса = 1 (текущее значение, хранение 0)",
-                                "3. Длительность импульса = 50 мс (текущее значение, хранение 0)",
-                                "4. Назначение входа = 1 (текущее значение, хранение 0)"})
+    for (const char *line : {"4. Отчетный день = 1 (текущее значение, хранение 0)",
+                             "2. Вес импульса = 1 (текущее значение, хранение 0)",
+                             "3. Длительность импульса = 50 мс (текущее значение, хранение 0)",
+                             "4. Назначение входа = 1 (текущее значение, хранение 0)"})
         QVERIFY2(text.out.contains(line), qPrintable(text.out));
     QVERIFY2(!text.out.contains("ошибка записи"), qPrintable(text.out));
 

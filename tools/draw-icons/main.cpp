@@ -8,7 +8,8 @@
 #include <QPainterPath>
 #include <functional>
 
-namespace {
+namespace
+{
 
 void save(const QString &dir, const QString &name, const std::function<void(QPainter &)> &draw)
 {
