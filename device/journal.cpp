@@ -208,6 +208,9 @@ PageFault decodeSummary(const QByteArray &frame, Summary *summary)
     bool held = false;
     for (const mbus::DataRecord &r : telegram.records) {
         if (r.vib == kVibLastStorage && r.type == mbus::ValueType::Integer) {
+            // A count of records held is never negative (nor beyond the 16-bit field the device sends).
+            if (r.integer < 0 || r.integer > 0xFFFF)
+                return PageFault::NotAJournal;
             out.held = int(r.integer);
             held = true;
         } else if (r.vib == kVibDateTime && r.function == mbus::RecordFunction::Minimum) {
