@@ -79,7 +79,7 @@ cmake --build "$build" -j "$(nproc)"
 
 if [ "$mode" = test ]; then
     cd "$build"
-    QT_QPA_PLATFORM=offscreen ctest -j2 --output-on-failure
+    QT_QPA_PLATFORM=offscreen ctest -j "${ZORVA_CTEST_JOBS:-2}" --output-on-failure
     exit
 fi
 
