@@ -1,10 +1,9 @@
 #include "server/upload_request.h"
 #include "sim/device_model.h"
 #include "sim/server_emulator.h"
+#include "tests/support/emulator_reply.h"
 
 #include <QDir>
-#include <QHostAddress>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -75,15 +74,7 @@ int uploadCode(quint16 port, const QByteArray &data, const QByteArray &contentLe
                                upload::kBoundary + "\r\nContent-Length: " +
                                (contentLength.isNull() ? QByteArray::number(body.size()) : contentLength) +
                                "\r\n\r\n" + body;
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, port);
-    if (!socket.waitForConnected(kWaitMs))
-        return -1;
-    socket.write(request);
-    socket.waitForDisconnected(kWaitMs);
-    const QByteArray answer = socket.readAll();
-    const QByteArray reply = answer.mid(answer.indexOf("\r\n\r\n") + 4);
-    return reply.startsWith("<velmoraData><Result>") ? reply.mid(21, 3).toInt() : -1;
+    return replyCodeFor(port, request, kWaitMs);
 }
 
 } // namespace

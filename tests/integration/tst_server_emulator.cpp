@@ -1,9 +1,9 @@
 #include "server/upload_request.h"
 #include "sim/server_emulator.h"
+#include "tests/support/emulator_reply.h"
 
 #include <QDir>
 #include <QProcess>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -38,20 +38,6 @@ QByteArray http(const char *script, const QByteArray &body = {}, const QByteArra
     if (!contentLength.isNull())
         request += "Content-Length: " + contentLength + "\r\n";
     return request + "\r\n" + body;
-}
-
-// The result code of the answer to a raw request, -1 without a well-formed answer.
-int codeFor(quint16 port, const QByteArray &request)
-{
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, port);
-    if (!socket.waitForConnected(kWaitMs))
-        return -1;
-    socket.write(request);
-    socket.waitForDisconnected(kWaitMs);
-    const QByteArray answer = socket.readAll();
-    const QByteArray body = answer.mid(answer.indexOf("\r\n\r\n") + 4);
-    return body.startsWith("<velmoraData><Result>") ? body.mid(21, 3).toInt() : -1;
 }
 
 } // namespace
@@ -146,7 +132,7 @@ void TestServerEmulator::answers()
     QFETCH(QByteArray, request);
     QFETCH(int, code);
     QFETCH(QByteArray, stored);
-    QCOMPARE(codeFor(m_emulator->port(), request), code);
+    QCOMPARE(replyCodeFor(m_emulator->port(), request), code);
     QCOMPARE(m_emulator->exchanges().size(), 1);
     QCOMPARE(m_emulator->exchanges().first().resultCode, code);
     // The upload as it came; its decoded copy beside it is the commissioning session's to check.
@@ -160,15 +146,15 @@ void TestServerEmulator::answers()
 void TestServerEmulator::storage()
 {
     const QByteArray request = http("/bin/velmora.cgi", upload::body(fixtureFrame("GWF-MTKcoder")));
-    QCOMPARE(codeFor(m_emulator->port(), request), 0);
-    QCOMPARE(codeFor(m_emulator->port(), request), 0);
+    QCOMPARE(replyCodeFor(m_emulator->port(), request), 0);
+    QCOMPARE(replyCodeFor(m_emulator->port(), request), 0);
     QCOMPARE(QDir(storageDir()).entryList({QStringLiteral("*.bin")}, QDir::Files).size(), 2);
     // The folder's path taken by a plain file.
     QVERIFY(QDir(storageDir()).removeRecursively());
     QFile blocker(storageDir());
     QVERIFY(blocker.open(QIODevice::WriteOnly));
     blocker.close();
-    QCOMPARE(codeFor(m_emulator->port(), request), 61);
+    QCOMPARE(replyCodeFor(m_emulator->port(), request), 61);
     QVERIFY(QFileInfo(storageDir()).isFile());
 }
 
@@ -188,10 +174,10 @@ void TestServerEmulator::startAndStopAtOnce()
         QVERIFY(m_emulator->start());
     }
     QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
-    QCOMPARE(codeFor(m_emulator->port(), http("/client.cgi")), 25);
+    QCOMPARE(replyCodeFor(m_emulator->port(), http("/client.cgi")), 25);
     const quint16 port = m_emulator->port();
     m_emulator->stop();
-    QCOMPARE(codeFor(port, http("/client.cgi")), -1);
+    QCOMPARE(replyCodeFor(port, http("/client.cgi")), -1);
 }
 
 void TestServerEmulator::commandLine()
@@ -206,7 +192,7 @@ void TestServerEmulator::commandLine()
     QCOMPARE(base.host(), QStringLiteral("127.0.0.1"));
     for (const char *form :
          {"CMD=Get_UserData&Login=tech&Password=s3cret-pw", "CMD=Get_UserData&Login=other&Password=x%3Ay"})
-        QCOMPARE(codeFor(quint16(base.port()), http("/client.cgi", form, kForm)), 0);
+        QCOMPARE(replyCodeFor(quint16(base.port()), http("/client.cgi", form, kForm)), 0);
     process.terminate();
     QVERIFY(process.waitForFinished(kWaitMs));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
