@@ -1,5 +1,6 @@
 #include "device/channel_frames.h"
 
+#include "common/mbus_telegram.h"
 #include "device/parameter_frames.h"
 #include "link/frames.h"
 
@@ -225,37 +226,34 @@ std::optional<ChannelConfiguration> decodeChannelReply(const QByteArray &reply)
     if (check.state != frames::Completeness::Complete || check.frameLength < kReplyRecords + 2 ||
         static_cast<quint8>(reply.at(6)) != kCiVariableAnswer)
         return std::nullopt;
-    ChannelConfiguration c;
-    c.deviceNumber = reply.mid(kReplyNumber, kFourBytes);
-    c.manufacturer = quint16(littleEndianValue(reply.mid(kReplyManufacturer, 2)));
-    c.version = static_cast<quint8>(reply.at(kReplyVersion));
-    c.medium = static_cast<quint8>(reply.at(kReplyMedium));
+    const QByteArray frame = reply.left(check.frameLength);
+    mbus::Telegram telegram;
+    if (mbus::decodeTelegram(frame, &telegram) != mbus::TelegramError::None ||
+        telegram.kind != mbus::TelegramKind::VariableData)
+        return std::nullopt;
 
-    const int end = check.frameLength - 2;
-    int i = kReplyRecords;
+    ChannelConfiguration c;
+    c.deviceNumber = frame.mid(kReplyNumber, kFourBytes);
+    c.manufacturer = quint16(littleEndianValue(frame.mid(kReplyManufacturer, 2)));
+    c.version = static_cast<quint8>(frame.at(kReplyVersion));
+    c.medium = static_cast<quint8>(frame.at(kReplyMedium));
+
+    // The shared decoder walks the records; their values are read here from the bytes as sent, each
+    // record's data ending where the next record (or the checksum) begins.
     bool unitSeen = false;
-    while (i < end) {
-        const quint8 dif = static_cast<quint8>(reply.at(i++));
-        if ((dif & 0x0F) == 0x0F)
-            break; // manufacturer data to the end
-        quint8 dife = dif;
-        while ((dife & kExtension) && i < end)
-            dife = static_cast<quint8>(reply.at(i++));
-        QByteArray vifBytes; // the VIF and its VIFEs
-        quint8 vif = kExtension;
-        while ((vif & kExtension) && i < end) {
-            vif = static_cast<quint8>(reply.at(i++));
-            vifBytes.append(static_cast<char>(vif));
-        }
+    const QVector<mbus::DataRecord> &records = telegram.records;
+    for (int k = 0; k < records.size(); ++k) {
+        const mbus::DataRecord &r = records.at(k);
+        const quint8 dif = static_cast<quint8>(r.dib.at(0));
         const int length = dataLength(dif);
-        if (vifBytes.isEmpty() || length < 0 || i + length > end)
-            return std::nullopt;
-        const QByteArray data = reply.mid(i, length);
-        i += length;
+        if (length <= 0 || r.vib.isEmpty())
+            continue; // manufacturer data, variable length, no value
+        const int end = k + 1 < records.size() ? records.at(k + 1).offset : frame.size() - 2;
+        const QByteArray data = frame.mid(end - length, length);
         const quint16 vifToInt =
-            vifBytes.size() == 1
-                ? quint16(static_cast<quint8>(vifBytes.at(0)))
-                : quint16(static_cast<quint8>(vifBytes.at(0)) << 8 | static_cast<quint8>(vifBytes.at(1)));
+            r.vib.size() == 1
+                ? quint16(static_cast<quint8>(r.vib.at(0)))
+                : quint16(static_cast<quint8>(r.vib.at(0)) << 8 | static_cast<quint8>(r.vib.at(1)));
         const quint8 plainDif = dif & 0x0F;
         if (plainDif == kDifReal && vifToInt == kVifWeight)
             c.weight = floatFrom(data);
@@ -270,8 +268,8 @@ std::optional<ChannelConfiguration> decodeChannelReply(const QByteArray &reply)
         else if (plainDif == kDifReal && !unitSeen) {
             unitSeen = true;
             // An extension-table VIF (FB, FD) or a manufacturer's (FF) names the unit with its next byte.
-            const quint8 first = static_cast<quint8>(vifBytes.at(0));
-            c.unitVif = vifBytes.left(first == 0xFB || first == 0xFD || first == 0xFF ? 2 : 1);
+            const quint8 first = static_cast<quint8>(r.vib.at(0));
+            c.unitVif = r.vib.left(first == 0xFB || first == 0xFD || first == 0xFF ? 2 : 1);
             c.value = floatFrom(data);
         }
     }
