@@ -1,4 +1,3 @@
-#include "common/table_text.h"
 #include "device/channel_frames.h"
 #include "device/channel_readings.h"
 #include "device/identification.h"
@@ -27,7 +26,6 @@ private slots:
     void readings();
     void unitFiles_data();
     void unitFiles();
-    void tableText();
 };
 
 namespace
@@ -312,17 +310,6 @@ void TestChannelCodecs::unitFiles()
         error = file.error;
     }
     QCOMPARE(error.isEmpty() ? found.join(QLatin1Char(' ')) : error, entries);
-}
-
-void TestChannelCodecs::tableText()
-{
-    TableSnapshot table;
-    table.headers = QStringList{QStringLiteral("№"), QStringLiteral("a;b"), QString()};
-    table.cells = {{QStringLiteral("1"), QStringLiteral("x;y"), QStringLiteral("say \"hi\"")},
-                   {std::nullopt, QStringLiteral("two\nlines"), QStringLiteral("Вода")}};
-    QCOMPARE(channelTableCsv(table),
-             QByteArray("\xEF\xBB\xBF№;\"a;b\";\n1;\"x;y\";\"say \"\"hi\"\"\"\nк2;\"two\nlines\";Вода\n"));
-    QCOMPARE(plainTableText(table), QByteArray("№;a;b;\n1;x;y;say \"hi\"\n;two\nlines;Вода\n"));
 }
 
 QTEST_GUILESS_MAIN(TestChannelCodecs)
